@@ -1,0 +1,57 @@
+// Dicom.h: every public header of the DICOM layer.
+#pragma once
+
+#include <Dicom/Dicom_Arena.h>
+#include <Dicom/Dicom_Dictionary.h>
+#include <Dicom/Dicom_DumpLen.h>
+#include <Dicom/Dicom_Endianity.h>
+#include <Dicom/Dicom_ME.h>
+#include <Dicom/Dicom_Msg.h>
+#include <Dicom/Dicom_Sequence.h>
+#include <Dicom/Dicom_SortedVector.h>
+#include <Dicom/Dicom_SwapInfo.h>
+#include <Dicom/Dicom_Tag.h>
+#include <Dicom/Dicom_TransferSyntax.h>
+#include <Dicom/Dicom_TrustedBufferReader.h>
+#include <Dicom/Dicom_Type.h>
+#include <Dicom/Dicom_UIDGenerator.h>
+#include <Dicom/Dicom_UIDic.h>
+#include <Dicom/Dicom_VR.h>
+
+// value classes
+#include <Dicom/Dicom_AE.h>
+#include <Dicom/Dicom_AS.h>
+#include <Dicom/Dicom_AT.h>
+#include <Dicom/Dicom_CS.h>
+#include <Dicom/Dicom_DA.h>
+#include <Dicom/Dicom_DS.h>
+#include <Dicom/Dicom_DT.h>
+#include <Dicom/Dicom_FD.h>
+#include <Dicom/Dicom_FL.h>
+#include <Dicom/Dicom_IS.h>
+#include <Dicom/Dicom_LO.h>
+#include <Dicom/Dicom_LT.h>
+#include <Dicom/Dicom_OB.h>
+#include <Dicom/Dicom_OD.h>
+#include <Dicom/Dicom_OF.h>
+#include <Dicom/Dicom_OL.h>
+#include <Dicom/Dicom_OV.h>
+#include <Dicom/Dicom_OW.h>
+#include <Dicom/Dicom_OtherType.h>
+#include <Dicom/Dicom_PN.h>
+#include <Dicom/Dicom_SH.h>
+#include <Dicom/Dicom_SL.h>
+#include <Dicom/Dicom_SQ.h>
+#include <Dicom/Dicom_SS.h>
+#include <Dicom/Dicom_ST.h>
+#include <Dicom/Dicom_SV.h>
+#include <Dicom/Dicom_StringType.h>
+#include <Dicom/Dicom_TM.h>
+#include <Dicom/Dicom_UC.h>
+#include <Dicom/Dicom_UI.h>
+#include <Dicom/Dicom_UL.h>
+#include <Dicom/Dicom_UN.h>
+#include <Dicom/Dicom_UR.h>
+#include <Dicom/Dicom_US.h>
+#include <Dicom/Dicom_UT.h>
+#include <Dicom/Dicom_UV.h>
