@@ -4,7 +4,8 @@ and the performance targets of the DICOM layer with their outcome.
 
     bench_table.py [--check] dicom_bench.json
 
-With --check the exit status is 1 when a target is missed or cannot be evaluated.
+With --check the exit status is 1 when a measured target is missed (targets whose benchmarks
+were filtered out or whose peer is not installed show "not measured").
 """
 import argparse
 import json
@@ -93,7 +94,8 @@ def targets(medians, counters):
     results = []
 
     def check(label, value, ok, shown):
-        results.append((label, shown if value is not None else "not measured", value is not None and ok(value)))
+        # None: not measured (filtered out, or a peer is not installed).
+        results.append((label, shown if value is not None else "not measured", None if value is None else ok(value)))
 
     r = ratio(m("parse/CT_small/dcmtk"), m("parse_copy1/CT_small/iod"))
     check("copy 1 parse of CT_small: >= 10x faster than DCMTK", r, lambda v: v >= 10, fmt_ratio(r))
@@ -145,10 +147,10 @@ def main():
     print("\n| target | measured | met |\n|---|---:|:---:|")
     results = targets(medians, counters)
     for label, shown, ok in results:
-        print(f"| {label} | {shown} | {'yes' if ok else 'NO'} |")
+        print(f"| {label} | {shown} | {'-' if ok is None else 'yes' if ok else 'NO'} |")
     for line in notes(medians):
         print(f"\n{line}")
-    missed = [label for label, _, ok in results if not ok]
+    missed = [label for label, _, ok in results if ok is False]
     if missed:
         print(f"\n{len(missed)} target(s) missed.", file=sys.stderr)
     return 1 if (args.check and missed) else 0

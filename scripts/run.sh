@@ -10,4 +10,4 @@ cmake --build --preset release --target iodtool
 
 iodtool=build/release/tools/iodtool
 # ---- the main job: change this one line to change what run.sh runs ----
-"$iodtool" demo "$@"
+"$iodtool" example "$@"

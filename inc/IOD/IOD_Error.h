@@ -1,4 +1,4 @@
-// IOD/IOD_Error.h: the error type of the IOD library (spec Part 1.3).
+// IOD/IOD_Error.h: the error type of the IOD library.
 //
 // An empty structure: it carries no code and no text, its type alone is the
 // information. Its copy and move assignments copy nothing and return the

@@ -28,9 +28,18 @@ enum class VRRule {
 };
 
 // Our message against the oracle: with `meta`, our group 0002 against the oracle's meta
-// header (which must then be present); always our other elements against its data set.
+// header (which must then be present); always our other elements against its data set. With
+// `groupLengthValues` false the values of group lengths (gggg,0000) are not compared (the
+// oracle reads a file that we wrote, and the writer recomputes them).
 void CompareWithOracle(const Dicom_Msg& ours, const OracleFile& oracle, bool meta, VRRule rule,
-                       Differences& out);
+                       bool groupLengthValues, Differences& out);
+
+// Checks every group length (gggg,0000) of the oracle's meta header and top-level data set against the encoded
+// lengths of the group's elements as the oracle reports them, in `syntaxUid` (explicit or
+// implicit VR; the meta group is explicit). Groups holding an element whose encoded length the oracle does not report
+// (undefined-length sequences, encapsulated pixel data) are not checked; returns the number
+// of groups checked.
+int CheckGroupLengths(const OracleFile& oracle, const std::string& syntaxUid, Differences& out);
 
 // Two of our messages: the same elements, VRs (per `rule`) and values, recursively. Group 0002
 // at the top level is left out, and so are the values of group lengths (gggg,0000), which a

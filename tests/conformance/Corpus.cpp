@@ -84,15 +84,20 @@ std::vector<CorpusFile> ListCorpus() {
 // broken: what is wrong with it, and so what our reader must say.
 const std::vector<Expectation>& Expectations() {
     static const std::vector<Expectation> table = {
-        {"test_files/MR_truncated.dcm", Expect::kMalformed,
+        {"test_files/MR_truncated.dcm", Expect::kMalformed, true, "",
          "Pixel Data announces 8192 bytes; the file ends before them"},
-        {"test_files/rtplan_truncated.dcm", Expect::kMalformed,
+        {"test_files/rtplan_truncated.dcm", Expect::kMalformed, true, "",
          "cut inside an item: (300a,012c) announces 50 bytes, 29 remain"},
-        {"test_files/no_meta.dcm", Expect::kMalformed,
+        {"test_files/no_meta.dcm", Expect::kMalformed, true, "",
          "the data set of CT_small.dcm cut one byte too early: a stray 0x20 (the last byte of the meta "
          "group) comes before the first tag, so no tag boundary is where the data says"},
-        {"test_files/SC_rgb_jpeg.dcm", Expect::kMalformed,
-         "the meta group names JPEG Baseline (explicit VR) but the data set is written in implicit VR"},
+        {"test_files/dicomdirtests/DICOMDIR-nooffset", Expect::kMalformed, false, "",
+         "two elements were removed from the last directory record without shortening its item: the item "
+         "at offset 10860 announces 248 bytes, 224 remain in its sequence (the oracle reads up to the "
+         "sequence's end and says nothing)"},
+        {"test_files/SC_rgb_jpeg.dcm", Expect::kRecovered, true, "-f -ti",
+         "the meta group names JPEG Baseline (explicit VR) but the data set is written in implicit VR "
+         "(with encapsulated pixel data); the data set itself is sound"},
     };
     return table;
 }

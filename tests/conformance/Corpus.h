@@ -25,11 +25,16 @@ const char* SkipReason(const std::string& relative);
 enum class Expect {
     kAgree,      // sound: both readers agree, and so do our re-encodings
     kMalformed,  // truncated or malformed by design: our reader reports -1 without crashing
+    kRecovered,  // malformed, but its content can be recovered, as our reader does: the oracle
+                 // then reads the data set alone (the bytes after the meta group) with
+                 // `oracleArgs`, and must agree with us; re-encodings must agree too
 };
 
 struct Expectation {
     const char* file;        // relative path
     Expect expect;
+    bool oracleRejects;      // the oracle refuses the file as it is (else it tolerates the fault)
+    const char* oracleArgs;  // kRecovered: how the oracle must read the data set alone
     const char* reason;      // what is wrong with the file, as found by inspection
 };
 

@@ -18,6 +18,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -129,21 +130,41 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
     std::vector<unsigned char> bytes = ReadBytes(file.path);
     ASSERT_FALSE(bytes.empty()) << file.path;
     const Expectation* expectation = FindExpectation(file.relative);
-    const OracleFile oracle = RunOracle(file.path);
+    const Expect expect = expectation != nullptr ? expectation->expect : Expect::kAgree;
+    OracleFile oracle = RunOracle(file.path);
 
     int status = 0;
     Dicom_Msg msg(bytes.data(), bytes.size(), 1, &status);
 
-    if (expectation != nullptr && expectation->expect == Expect::kMalformed) {
+    if (expectation != nullptr) {
+        EXPECT_EQ(oracle.exitCode != 0, expectation->oracleRejects)
+            << "the oracle " << (oracle.exitCode != 0 ? "rejects " : "reads ") << file.relative
+            << ", unlike the table says; is its reason stale? " << expectation->reason << "\n"
+            << oracle.diagnostics;
+    }
+    if (expect == Expect::kMalformed) {
         EXPECT_NE(status, 0) << file.relative << " is broken by design (" << expectation->reason
                              << ") but our reader reports success with " << msg.GetNElements() << " elements";
-        EXPECT_NE(oracle.exitCode, 0) << "the oracle reads " << file.relative
-                                      << " cleanly: the table's reason is stale: " << expectation->reason;
         // What was read must still be usable: measuring and writing it must not crash.
         std::vector<unsigned char> out;
         (void)msg.GetDumpLen();
         (void)msg.Encode(out, Dicom_TransferSyntax(), true);
         return;
+    }
+    ScratchDir scratch;
+    ASSERT_FALSE(scratch.Path().empty());
+    if (expect == Expect::kRecovered) {
+        // The oracle reads the data set alone: the bytes after the preamble and the meta group.
+        ASSERT_TRUE(bytes.size() > 144 && std::memcmp(bytes.data() + 128, "DICM", 4) == 0);
+        uint32_t metaLength = 0;
+        std::memcpy(&metaLength, bytes.data() + 140, 4);
+        ASSERT_LT(144u + metaLength, bytes.size());
+        const std::string dataSet = scratch.Path() + "/dataset.dcm";
+        ASSERT_TRUE(WriteBytes(dataSet, std::vector<unsigned char>(bytes.begin() + 144 + metaLength, bytes.end())));
+        std::vector<std::string> args;
+        std::istringstream words(expectation->oracleArgs);
+        for (std::string word; words >> word;) args.push_back(word);
+        oracle = RunOracle(dataSet, args);
     }
 
     ASSERT_EQ(oracle.exitCode, 0) << "the oracle rejects " << file.relative
@@ -151,14 +172,17 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
                                   << oracle.diagnostics;
     ASSERT_TRUE(oracle.parseError.empty()) << "cannot parse the oracle's output: " << oracle.parseError;
     ASSERT_EQ(status, 0) << "our reader rejects " << file.relative << " after " << msg.GetNElements()
-                         << " elements; the oracle reads it cleanly";
+                         << " elements; the oracle reads it " << (expectation ? "as the table says" : "cleanly");
 
     // 1. Our reading against the oracle's.
-    const std::string syntaxUid = oracle.dataSetSyntax;
-    EXPECT_EQ(msg.GetTransferSyntax().GetUID(), syntaxUid) << "transfer syntax as read";
+    const std::string readUid = msg.GetTransferSyntax().GetUID();
+    const VRRule readRule = RuleFor(oracle.dataSetSyntax);
+    if (expect == Expect::kAgree) {
+        EXPECT_EQ(readUid, oracle.dataSetSyntax) << "transfer syntax as read";
+    }
     {
         Differences differences;
-        CompareWithOracle(msg, oracle, true, RuleFor(syntaxUid), differences);
+        CompareWithOracle(msg, oracle, expect == Expect::kAgree, readRule, true, differences);
         EXPECT_TRUE(differences.Empty()) << differences.list.size() << " differences from the oracle:\n"
                                          << differences.Describe();
         if (!differences.tolerated.empty()) {
@@ -183,21 +207,20 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
         const char* native[] = {Dicom_TransferSyntax::EXPLICIT_LITTLE_UID, Dicom_TransferSyntax::IMPLICIT_LITTLE_UID,
                                 Dicom_TransferSyntax::EXPLICIT_BIG_UID, Dicom_TransferSyntax::DEFLATED_UID};
         for (const char* uid : native) {
-            if (uid != syntaxUid) targets.push_back({uid, Dicom_TransferSyntax(uid)});
+            if (uid != readUid) targets.push_back({uid, Dicom_TransferSyntax(uid)});
         }
     }
-    ScratchDir scratch;
-    ASSERT_FALSE(scratch.Path().empty());
     const std::set<std::string> inputDiagnostics = DiagnosticLines(oracle, file.path);
     int n = 0;
     for (const Target& target : targets) {
         SCOPED_TRACE("written in " + target.name);
-        const std::string expectedUid = target.syntax.IsSpecified() ? target.syntax.GetUID() : syntaxUid;
+        const std::string expectedUid = target.syntax.IsSpecified() ? target.syntax.GetUID() : readUid;
+        const bool implicitOut = expectedUid == Dicom_TransferSyntax::IMPLICIT_LITTLE_UID;
         std::vector<unsigned char> out;
         ASSERT_EQ(msg.Encode(out, target.syntax, true), 0) << "Encode failed";
-        const Dicom_DumpLen length = msg.GetDumpLen(target.syntax.IsSpecified() ? target.syntax : msg.GetTransferSyntax());
         if (!Dicom_TransferSyntax(expectedUid).IsDeflated()) {
-            // The file is the preamble, the meta group and the data set; GetDumpLen counts the data set.
+            // GetDumpLen counts the data set; the file adds the preamble and the meta group.
+            const Dicom_DumpLen length = msg.GetDumpLen(Dicom_TransferSyntax(expectedUid));
             EXPECT_TRUE(length.IsValid());
             EXPECT_LT(length.GetDumpLen(), out.size()) << "GetDumpLen exceeds the whole file";
         }
@@ -217,10 +240,7 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
         }
 
         // A data set written in implicit VR reads back with our dictionary's VRs.
-        const VRRule rule = expectedUid == Dicom_TransferSyntax::IMPLICIT_LITTLE_UID || RuleFor(syntaxUid) ==
-                                                                                          VRRule::kImplicit
-                                ? VRRule::kImplicit
-                                : VRRule::kExact;
+        const VRRule rule = implicitOut || readRule == VRRule::kImplicit ? VRRule::kImplicit : VRRule::kExact;
         Differences differences;
         CompareMessages(msg, reread, rule, differences);
         EXPECT_TRUE(differences.Empty()) << "read back differs:\n" << differences.Describe();
@@ -232,13 +252,19 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
         ASSERT_TRUE(check.parseError.empty()) << check.parseError;
         std::vector<std::string> newDiagnostics;
         for (const std::string& line : DiagnosticLines(check, written)) {
+            // In implicit VR an undefined-length value of a tag the oracle's dictionary lacks can
+            // only be guessed to be a sequence; it says so, rightly.
+            if (implicitOut && line.find("CP-246") != std::string::npos) continue;
             if (inputDiagnostics.count(line) == 0) newDiagnostics.push_back(line);
         }
         EXPECT_TRUE(newDiagnostics.empty()) << "the oracle complains about our output (not about the input):\n"
                                             << Join(newDiagnostics);
         Differences theirs;
-        CompareWithOracle(msg, check, false, rule, theirs);
+        CompareWithOracle(msg, check, false, rule, false, theirs);
         EXPECT_TRUE(theirs.Empty()) << "the oracle reads our output differently:\n" << theirs.Describe();
+        Differences lengths;
+        CheckGroupLengths(check, expectedUid, lengths);
+        EXPECT_TRUE(lengths.Empty()) << "group lengths of our output:\n" << lengths.Describe();
     }
 }
 

@@ -18,7 +18,7 @@
 
 namespace {
 
-// Width of the value column: the comment starts after it (or one space after a longer value).
+// Width of the value column: the comment starts one space after it (or after a longer value).
 constexpr size_t kValueColumn = 40;
 
 void AppendHex(std::string& out, uint64_t value, int digits) {
@@ -182,8 +182,8 @@ private:
         m_out.append(vr);
         m_out.push_back(' ');
         m_out.append(value);
-        m_out.append(value.size() < kValueColumn ? kValueColumn - value.size() : 1, ' ');
-        m_out.append("# ");
+        if (value.size() < kValueColumn) m_out.append(kValueColumn - value.size(), ' ');
+        m_out.append(" # ");
         if (length.size() < 3) m_out.append(3 - length.size(), ' ');
         m_out.append(length);
         m_out.append(", ");

@@ -1,8 +1,8 @@
 // RW/RWCollectable.h: the base of every object kept in the RW collections
 // (RWOrdered, RWSortedVector), and of Dicom_Msg.
 //
-// The virtual operations are declared in the order of the original dispatch
-// table (spec Part 1.1, item 1). Defaults:
+// The virtual operations are declared in a fixed order (the dispatch
+// table that subclasses rely on). Defaults:
 //   newSpecies()        null (a class that can be created anew overrides it)
 //   copy()              newSpecies()
 //   isA()               RW_COLLECTABLE_ID
