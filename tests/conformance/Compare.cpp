@@ -217,7 +217,8 @@ bool CompareScalarWithOracle(std::string_view ours, const OracleElement& theirs,
     std::vector<std::string_view> other = SplitValues(TrimTrailing(theirs.text), single);
     bool same = mine.size() == other.size();
     for (size_t i = 0; same && i < mine.size(); ++i) {
-        same = single ? TrimTrailing(mine[i]) == TrimTrailing(other[i]) : TrimBoth(mine[i]) == TrimBoth(other[i]);
+        same = single ? TrimTrailing(mine[i]) == TrimTrailing(other[i])
+                      : TrimBoth(mine[i]) == TrimBoth(other[i]);
     }
     if (!same) {
         *why = "text differs: oracle " + Quote(theirs.text) + ", ours " + Quote(ours);
@@ -230,8 +231,8 @@ void CompareListWithOracle(const std::string& path, const std::vector<const Dico
                            const std::vector<OracleElement>& theirs, VRRule rule, bool groupLengthValues,
                            Differences& out);
 
-void CompareItemsWithOracle(const std::string& path, const Dicom_SQ& sq, const OracleElement& theirs, VRRule rule,
-                            Differences& out) {
+void CompareItemsWithOracle(const std::string& path, const Dicom_SQ& sq, const OracleElement& theirs,
+                            VRRule rule, Differences& out) {
     if (sq.GetNItems() != static_cast<int>(theirs.items.size())) {
         out.Add(path, "oracle has " + std::to_string(theirs.items.size()) + " items, ours " +
                           std::to_string(sq.GetNItems()));
@@ -248,8 +249,8 @@ void CompareItemsWithOracle(const std::string& path, const Dicom_SQ& sq, const O
     }
 }
 
-void CompareFragmentsWithOracle(const std::string& path, const Dicom_OtherType& value, const OracleElement& theirs,
-                                Differences& out) {
+void CompareFragmentsWithOracle(const std::string& path, const Dicom_OtherType& value,
+                                const OracleElement& theirs, Differences& out) {
     const Dicom_EncapsulatedData data = value.GetEncapsulatedData();
     if (!data.valid) {
         out.Add(path, "our encapsulated value has no valid item structure");
@@ -320,8 +321,8 @@ void CompareElementWithOracle(const std::string& path, const Dicom_ME& mine, con
         return;
     }
     if (theirs.isEncapsulated != encapsulated) {
-        out.Add(path, std::string("encapsulated: oracle ") + (theirs.isEncapsulated ? "yes" : "no") + ", ours " +
-                          (encapsulated ? "yes" : "no"));
+        out.Add(path, std::string("encapsulated: oracle ") + (theirs.isEncapsulated ? "yes" : "no") +
+                          ", ours " + (encapsulated ? "yes" : "no"));
         return;
     }
     if (encapsulated) {
@@ -360,8 +361,8 @@ void CompareListWithOracle(const std::string& path, const std::vector<const Dico
 void CompareList(const std::string& path, const std::vector<const Dicom_ME*>& expected,
                  const std::vector<const Dicom_ME*>& actual, VRRule rule, Differences& out);
 
-void CompareValues(const std::string& path, const Dicom_Type& expected, const Dicom_Type& actual, bool groupLength,
-                   VRRule rule, Differences& out) {
+void CompareValues(const std::string& path, const Dicom_Type& expected, const Dicom_Type& actual,
+                   bool groupLength, VRRule rule, Differences& out) {
     const std::string expectedVR = expected.GetVRName();
     const std::string actualVR = actual.GetVRName();
     if (expectedVR != actualVR) {
@@ -383,7 +384,8 @@ void CompareValues(const std::string& path, const Dicom_Type& expected, const Di
         const auto& a = static_cast<const Dicom_SQ&>(expected);
         const auto& b = static_cast<const Dicom_SQ&>(actual);
         if (a.GetNItems() != b.GetNItems()) {
-            out.Add(path, std::to_string(a.GetNItems()) + " items read back as " + std::to_string(b.GetNItems()));
+            out.Add(path,
+                    std::to_string(a.GetNItems()) + " items read back as " + std::to_string(b.GetNItems()));
             return;
         }
         for (int i = 0; i < a.GetNItems(); ++i) {
@@ -393,8 +395,8 @@ void CompareValues(const std::string& path, const Dicom_Type& expected, const Di
                 out.Add(path, "item " + std::to_string(i) + " is null");
                 continue;
             }
-            CompareList(path + "[" + std::to_string(i) + "]", Elements(*x, Part::kAll), Elements(*y, Part::kAll),
-                        rule, out);
+            CompareList(path + "[" + std::to_string(i) + "]", Elements(*x, Part::kAll),
+                        Elements(*y, Part::kAll), rule, out);
         }
         return;
     }
@@ -458,7 +460,8 @@ void CompareWithOracle(const Dicom_Msg& ours, const OracleFile& oracle, bool met
         CompareListWithOracle("meta", Elements(ours, Part::kMetaOnly), oracle.meta, VRRule::kExact,
                               groupLengthValues, out);
     }
-    CompareListWithOracle("", Elements(ours, Part::kDataSetOnly), oracle.dataSet, rule, groupLengthValues, out);
+    CompareListWithOracle("", Elements(ours, Part::kDataSetOnly), oracle.dataSet, rule, groupLengthValues,
+                          out);
 }
 
 namespace {
@@ -485,8 +488,8 @@ int CheckGroupLengthsOf(const std::vector<OracleElement>& elements, bool implici
         ++checked;
         const uint64_t stated = std::strtoull(head.text.c_str(), nullptr, 10);
         if (stated != sum) {
-            out.Add(TagText(head.tag), "group length " + std::to_string(stated) + ", the group's elements take " +
-                                           std::to_string(sum) + " bytes");
+            out.Add(TagText(head.tag), "group length " + std::to_string(stated) +
+                                           ", the group's elements take " + std::to_string(sum) + " bytes");
         }
     }
     return checked;

@@ -34,9 +34,9 @@ enum class VRRule {
 void CompareWithOracle(const Dicom_Msg& ours, const OracleFile& oracle, bool meta, VRRule rule,
                        bool groupLengthValues, Differences& out);
 
-// Checks every group length (gggg,0000) of the oracle's meta header and top-level data set against the encoded
-// lengths of the group's elements as the oracle reports them, in `syntaxUid` (explicit or
-// implicit VR; the meta group is explicit). Groups holding an element whose encoded length the oracle does not report
+// Checks every group length (gggg,0000) of the oracle's meta header and top-level data set against the
+// encoded lengths of the group's elements as the oracle reports them, in `syntaxUid` (explicit or implicit
+// VR; the meta group is explicit). Groups holding an element whose encoded length the oracle does not report
 // (undefined-length sequences, encapsulated pixel data) are not checked; returns the number
 // of groups checked.
 int CheckGroupLengths(const OracleFile& oracle, const std::string& syntaxUid, Differences& out);

@@ -31,7 +31,7 @@ enum class Expect {
 };
 
 struct Expectation {
-    const char* file;        // relative path
+    const char* file;  // relative path
     Expect expect;
     bool oracleRejects;      // the oracle refuses the file as it is (else it tolerates the fault)
     const char* oracleArgs;  // kRecovered: how the oracle must read the data set alone

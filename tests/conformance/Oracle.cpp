@@ -86,11 +86,16 @@ bool DecodeEntities(std::string_view in, std::string& out) {
         const size_t semi = in.find(';', i);
         if (semi == std::string_view::npos) return false;
         const std::string_view entity = in.substr(i + 1, semi - i - 1);
-        if (entity == "amp") out.push_back('&');
-        else if (entity == "lt") out.push_back('<');
-        else if (entity == "gt") out.push_back('>');
-        else if (entity == "quot") out.push_back('"');
-        else if (entity == "apos") out.push_back('\'');
+        if (entity == "amp")
+            out.push_back('&');
+        else if (entity == "lt")
+            out.push_back('<');
+        else if (entity == "gt")
+            out.push_back('>');
+        else if (entity == "quot")
+            out.push_back('"');
+        else if (entity == "apos")
+            out.push_back('\'');
         else if (entity.size() > 1 && entity[0] == '#') {
             const bool hex = entity[1] == 'x' || entity[1] == 'X';
             const std::string digits(entity.substr(hex ? 2 : 1));
@@ -152,7 +157,8 @@ public:
             while (i < inner.size() && IsSpace(inner[i])) ++i;
             if (i >= inner.size()) break;
             const size_t eq = inner.find('=', i);
-            if (eq == std::string_view::npos || eq + 1 >= inner.size() || inner[eq + 1] != '"') return Error();
+            if (eq == std::string_view::npos || eq + 1 >= inner.size() || inner[eq + 1] != '"')
+                return Error();
             const size_t close = inner.find('"', eq + 2);
             if (close == std::string_view::npos) return Error();
             Attribute attribute;
@@ -237,14 +243,20 @@ private:
         for (;;) {
             Token token = m_reader.Next();
             switch (token.kind) {
-                case Token::kEnd: m_error = "unexpected end inside <" + closing + ">"; return false;
-                case Token::kError: m_error = "malformed XML inside <" + closing + ">"; return false;
-                case Token::kText: continue;
+                case Token::kEnd:
+                    m_error = "unexpected end inside <" + closing + ">";
+                    return false;
+                case Token::kError:
+                    m_error = "malformed XML inside <" + closing + ">";
+                    return false;
+                case Token::kText:
+                    continue;
                 case Token::kClose:
                     if (token.name == closing) return true;
                     m_error = "unexpected </" + token.name + "> inside <" + closing + ">";
                     return false;
-                case Token::kOpen: break;
+                case Token::kOpen:
+                    break;
             }
             OracleElement element;
             if (!Header(token, element)) return false;
@@ -407,10 +419,14 @@ bool DecodeOracleHex(const std::string& text, std::string& bytes) {
         for (size_t i = start; i < end; ++i) {
             const char c = text[i];
             int v = 0;
-            if (c >= '0' && c <= '9') v = c - '0';
-            else if (c >= 'a' && c <= 'f') v = c - 'a' + 10;
-            else if (c >= 'A' && c <= 'F') v = c - 'A' + 10;
-            else return false;
+            if (c >= '0' && c <= '9')
+                v = c - '0';
+            else if (c >= 'a' && c <= 'f')
+                v = c - 'a' + 10;
+            else if (c >= 'A' && c <= 'F')
+                v = c - 'A' + 10;
+            else
+                return false;
             value = (value << 4) | static_cast<uint64_t>(v);
         }
         for (size_t b = 0; b < digits / 2; ++b) bytes.push_back(static_cast<char>((value >> (8 * b)) & 0xFF));

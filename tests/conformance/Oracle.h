@@ -9,13 +9,13 @@
 struct OracleItem;
 
 struct OracleElement {
-    uint32_t tag = 0;         // group << 16 | element
-    std::string vr;           // as the toolkit reports it ("US", "SQ", ...)
-    bool hasLength = false;   // the toolkit printed a value length
+    uint32_t tag = 0;        // group << 16 | element
+    std::string vr;          // as the toolkit reports it ("US", "SQ", ...)
+    bool hasLength = false;  // the toolkit printed a value length
     uint32_t length = 0;
-    bool binary = false;      // value printed as hexadecimal units
-    std::string text;         // the value as printed, character references decoded to bytes
-    bool isSequence = false;  // SQ (or UN read as a sequence): `items`
+    bool binary = false;          // value printed as hexadecimal units
+    std::string text;             // the value as printed, character references decoded to bytes
+    bool isSequence = false;      // SQ (or UN read as a sequence): `items`
     bool isEncapsulated = false;  // encapsulated pixel data: `fragments` (the offset table first)
     std::vector<OracleItem> items;
     std::vector<std::string> fragments;  // hexadecimal text of each item, as printed
@@ -26,13 +26,13 @@ struct OracleItem {
 };
 
 struct OracleFile {
-    int exitCode = -1;             // of the converter; 0: it read the file cleanly
-    std::string diagnostics;       // its standard error
-    std::string metaSyntax;        // the meta header's transfer syntax attribute
-    std::string dataSetSyntax;     // the transfer syntax the data set was read in
+    int exitCode = -1;          // of the converter; 0: it read the file cleanly
+    std::string diagnostics;    // its standard error
+    std::string metaSyntax;     // the meta header's transfer syntax attribute
+    std::string dataSetSyntax;  // the transfer syntax the data set was read in
     std::vector<OracleElement> meta;
     std::vector<OracleElement> dataSet;
-    std::string parseError;        // non-empty when the XML could not be parsed
+    std::string parseError;  // non-empty when the XML could not be parsed
 };
 
 // Path of the converter (dcm2xml); empty when it is not installed.

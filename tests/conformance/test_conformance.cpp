@@ -5,15 +5,13 @@
 // output must read back to the same elements, carry a correct meta header, and read cleanly in
 // the other toolkit too. Files that are broken by design (see Corpus.cpp) must be reported as
 // such, without a crash.
-#include <gtest/gtest.h>
-
 #include <Dicom/Dicom_ME.h>
 #include <Dicom/Dicom_Msg.h>
 #include <Dicom/Dicom_OtherType.h>
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_TransferSyntax.h>
 #include <Dicom/Dicom_Type.h>
-
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -66,7 +64,8 @@ private:
 // The text of a top-level value without trailing padding, or "" when absent.
 std::string TextOf(const Dicom_Msg& msg, uint32_t tag) {
     const Dicom_ME* element = msg.Find(Dicom_Tag(tag));
-    if (element == nullptr || element->GetData() == nullptr || element->GetData()->GetData() == nullptr) return {};
+    if (element == nullptr || element->GetData() == nullptr || element->GetData()->GetData() == nullptr)
+        return {};
     const Dicom_Type& value = *element->GetData();
     std::string text(reinterpret_cast<const char*>(value.GetData()), value.GetRawLen());
     while (!text.empty() && (text.back() == ' ' || text.back() == '\0')) text.pop_back();
@@ -76,7 +75,8 @@ std::string TextOf(const Dicom_Msg& msg, uint32_t tag) {
 bool HasEncapsulatedData(const Dicom_Msg& msg) {
     for (int i = 0; i < msg.GetNElements(); ++i) {
         const Dicom_ME* element = msg.GetElement(i);
-        const auto* value = element != nullptr ? dynamic_cast<const Dicom_OtherType*>(element->GetData()) : nullptr;
+        const auto* value =
+            element != nullptr ? dynamic_cast<const Dicom_OtherType*>(element->GetData()) : nullptr;
         if (value != nullptr && value->IsEncapsulated()) return true;
     }
     return false;
@@ -93,7 +93,8 @@ std::set<std::string> DiagnosticLines(const OracleFile& oracle, const std::strin
     std::istringstream in(oracle.diagnostics);
     std::string line;
     while (std::getline(in, line)) {
-        for (size_t at = line.find(path); at != std::string::npos; at = line.find(path)) line.erase(at, path.size());
+        for (size_t at = line.find(path); at != std::string::npos; at = line.find(path))
+            line.erase(at, path.size());
         if (!line.empty()) lines.insert(line);
     }
     return lines;
@@ -160,7 +161,8 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
         std::memcpy(&metaLength, bytes.data() + 140, 4);
         ASSERT_LT(144u + metaLength, bytes.size());
         const std::string dataSet = scratch.Path() + "/dataset.dcm";
-        ASSERT_TRUE(WriteBytes(dataSet, std::vector<unsigned char>(bytes.begin() + 144 + metaLength, bytes.end())));
+        ASSERT_TRUE(
+            WriteBytes(dataSet, std::vector<unsigned char>(bytes.begin() + 144 + metaLength, bytes.end())));
         std::vector<std::string> args;
         std::istringstream words(expectation->oracleArgs);
         for (std::string word; words >> word;) args.push_back(word);
@@ -172,7 +174,8 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
                                   << oracle.diagnostics;
     ASSERT_TRUE(oracle.parseError.empty()) << "cannot parse the oracle's output: " << oracle.parseError;
     ASSERT_EQ(status, 0) << "our reader rejects " << file.relative << " after " << msg.GetNElements()
-                         << " elements; the oracle reads it " << (expectation ? "as the table says" : "cleanly");
+                         << " elements; the oracle reads it "
+                         << (expectation ? "as the table says" : "cleanly");
 
     // 1. Our reading against the oracle's.
     const std::string readUid = msg.GetTransferSyntax().GetUID();
@@ -204,7 +207,8 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
     // 3. Write, read again, compare; and let the oracle read what we wrote.
     std::vector<Target> targets = {{"as read", Dicom_TransferSyntax()}};
     if (!msg.GetTransferSyntax().IsEncapsulated() && !HasEncapsulatedData(msg)) {
-        const char* native[] = {Dicom_TransferSyntax::EXPLICIT_LITTLE_UID, Dicom_TransferSyntax::IMPLICIT_LITTLE_UID,
+        const char* native[] = {Dicom_TransferSyntax::EXPLICIT_LITTLE_UID,
+                                Dicom_TransferSyntax::IMPLICIT_LITTLE_UID,
                                 Dicom_TransferSyntax::EXPLICIT_BIG_UID, Dicom_TransferSyntax::DEFLATED_UID};
         for (const char* uid : native) {
             if (uid != readUid) targets.push_back({uid, Dicom_TransferSyntax(uid)});
@@ -257,8 +261,9 @@ TEST_P(Conformance, ReadWriteReadAgainstOracle) {
             if (implicitOut && line.find("CP-246") != std::string::npos) continue;
             if (inputDiagnostics.count(line) == 0) newDiagnostics.push_back(line);
         }
-        EXPECT_TRUE(newDiagnostics.empty()) << "the oracle complains about our output (not about the input):\n"
-                                            << Join(newDiagnostics);
+        EXPECT_TRUE(newDiagnostics.empty())
+            << "the oracle complains about our output (not about the input):\n"
+            << Join(newDiagnostics);
         Differences theirs;
         CompareWithOracle(msg, check, false, rule, false, theirs);
         EXPECT_TRUE(theirs.Empty()) << "the oracle reads our output differently:\n" << theirs.Describe();

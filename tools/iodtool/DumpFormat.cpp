@@ -8,6 +8,7 @@
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_TransferSyntax.h>
 #include <Dicom/Dicom_Type.h>
+#include <Dicom/Dicom_UIDic.h>
 #include <Dicom/Dicom_VR.h>
 
 #include <charconv>
@@ -63,7 +64,8 @@ void AppendNumbers(std::string& out, const unsigned char* data, uint32_t length,
 
 // Byte strings as hexadecimal units of `width` bytes (host order), '\\'-separated; a trailing
 // part shorter than a unit is printed byte by byte.
-void AppendHexUnits(std::string& out, const unsigned char* data, uint32_t length, unsigned width, size_t limit) {
+void AppendHexUnits(std::string& out, const unsigned char* data, uint32_t length, unsigned width,
+                    size_t limit) {
     uint32_t at = 0;
     for (; at + width <= length && !Full(out, limit); at += width) {
         if (at != 0) out.push_back('\\');
@@ -98,16 +100,32 @@ void AppendValue(std::string& out, const Dicom_Type& value, size_t limit) {
     const uint32_t length = value.GetRawLen();
     if (length == 0 || data == nullptr) return;
     switch (value.GetVR()) {
-        case Dicom_VR::US: AppendNumbers<uint16_t>(out, data, length, limit); break;
-        case Dicom_VR::SS: AppendNumbers<int16_t>(out, data, length, limit); break;
-        case Dicom_VR::UL: AppendNumbers<uint32_t>(out, data, length, limit); break;
-        case Dicom_VR::SL: AppendNumbers<int32_t>(out, data, length, limit); break;
-        case Dicom_VR::UV: AppendNumbers<uint64_t>(out, data, length, limit); break;
-        case Dicom_VR::SV: AppendNumbers<int64_t>(out, data, length, limit); break;
+        case Dicom_VR::US:
+            AppendNumbers<uint16_t>(out, data, length, limit);
+            break;
+        case Dicom_VR::SS:
+            AppendNumbers<int16_t>(out, data, length, limit);
+            break;
+        case Dicom_VR::UL:
+            AppendNumbers<uint32_t>(out, data, length, limit);
+            break;
+        case Dicom_VR::SL:
+            AppendNumbers<int32_t>(out, data, length, limit);
+            break;
+        case Dicom_VR::UV:
+            AppendNumbers<uint64_t>(out, data, length, limit);
+            break;
+        case Dicom_VR::SV:
+            AppendNumbers<int64_t>(out, data, length, limit);
+            break;
         case Dicom_VR::FL:
-        case Dicom_VR::OF: AppendNumbers<float>(out, data, length, limit); break;
+        case Dicom_VR::OF:
+            AppendNumbers<float>(out, data, length, limit);
+            break;
         case Dicom_VR::FD:
-        case Dicom_VR::OD: AppendNumbers<double>(out, data, length, limit); break;
+        case Dicom_VR::OD:
+            AppendNumbers<double>(out, data, length, limit);
+            break;
         case Dicom_VR::AT:
             for (uint32_t at = 0; at + 4 <= length && !Full(out, limit); at += 4) {
                 if (at != 0) out.push_back('\\');
@@ -115,13 +133,23 @@ void AppendValue(std::string& out, const Dicom_Type& value, size_t limit) {
             }
             if (length % 4 != 0) out.append("\\(odd length)");
             break;
-        case Dicom_VR::OW: AppendHexUnits(out, data, length, 2, limit); break;
-        case Dicom_VR::OL: AppendHexUnits(out, data, length, 4, limit); break;
-        case Dicom_VR::OV: AppendHexUnits(out, data, length, 8, limit); break;
+        case Dicom_VR::OW:
+            AppendHexUnits(out, data, length, 2, limit);
+            break;
+        case Dicom_VR::OL:
+            AppendHexUnits(out, data, length, 4, limit);
+            break;
+        case Dicom_VR::OV:
+            AppendHexUnits(out, data, length, 8, limit);
+            break;
         case Dicom_VR::OB:
         case Dicom_VR::UN:
-        case Dicom_VR::NONE: AppendHexUnits(out, data, length, 1, limit); break;
-        default: AppendText(out, data, length, limit); break;
+        case Dicom_VR::NONE:
+            AppendHexUnits(out, data, length, 1, limit);
+            break;
+        default:
+            AppendText(out, data, length, limit);
+            break;
     }
 }
 
@@ -174,8 +202,8 @@ public:
 
 private:
     // One line: indentation, tag, VR, value (padded to the value column), then the comment.
-    void Line(int depth, unsigned short group, unsigned short element, const char* vr, const std::string& value,
-              const std::string& length, int vm, const std::string& keyword) {
+    void Line(int depth, unsigned short group, unsigned short element, const char* vr,
+              const std::string& value, const std::string& length, int vm, const std::string& keyword) {
         m_out.append(static_cast<size_t>(depth) * 2, ' ');
         AppendTag(m_out, group, element);
         m_out.push_back(' ');
@@ -225,9 +253,16 @@ private:
         std::string text;
         AppendValue(text, *value, m_options.maxLength);
         const bool empty = value->GetRawLen() == 0;
+        std::string comment = keyword;
+        if (value->GetVR() == Dicom_VR::UI && !empty) {
+            // A standard UID is named after the keyword: "TransferSyntaxUID: Explicit VR Little Endian".
+            const char* name =
+                Dicom_UIDic::Name(reinterpret_cast<const char*>(value->GetData()), value->GetRawLen());
+            if (name != nullptr) comment += std::string(": ") + name;
+        }
         Line(depth, tag.GetGroup(), tag.GetElement(), value->GetVRName(),
              empty ? std::string("(no value)") : Limited(text, IsBracketed(value->GetVR())),
-             std::to_string(value->GetRawLen()), value->GetVM(), keyword);
+             std::to_string(value->GetRawLen()), value->GetVM(), comment);
     }
 
     void Sequence(const Dicom_Tag& tag, const Dicom_SQ& sq, int depth, const std::string& keyword) {
@@ -257,22 +292,25 @@ private:
             Line(depth + 1, 0xFFFE, 0xE000, "na", itemHead, itemLength, 1, "Item");
             Message(*item, depth + 2, false);
             if (itemUndefined) {
-                Line(depth + 1, 0xFFFE, 0xE00D, "na", "(ItemDelimitationItem)", "0", 0, "ItemDelimitationItem");
+                Line(depth + 1, 0xFFFE, 0xE00D, "na", "(ItemDelimitationItem)", "0", 0,
+                     "ItemDelimitationItem");
             }
         }
         if (undefined) {
-            Line(depth, 0xFFFE, 0xE0DD, "na", "(SequenceDelimitationItem)", "0", 0, "SequenceDelimitationItem");
+            Line(depth, 0xFFFE, 0xE0DD, "na", "(SequenceDelimitationItem)", "0", 0,
+                 "SequenceDelimitationItem");
         }
     }
 
-    void Encapsulated(const Dicom_Tag& tag, const Dicom_OtherType& value, int depth, const std::string& keyword) {
+    void Encapsulated(const Dicom_Tag& tag, const Dicom_OtherType& value, int depth,
+                      const std::string& keyword) {
         const Dicom_EncapsulatedData items = value.GetEncapsulatedData();
         if (!items.valid) {
             std::string text;
             AppendHexUnits(text, value.GetData(), value.GetRawLen(), 1, m_options.maxLength);
             Line(depth, tag.GetGroup(), tag.GetElement(), value.GetVRName(),
-                 "(Encapsulated, damaged items) " + Limited(text, false), std::to_string(value.GetRawLen()), 1,
-                 keyword);
+                 "(Encapsulated, damaged items) " + Limited(text, false), std::to_string(value.GetRawLen()),
+                 1, keyword);
             return;
         }
         const size_t fragments = items.fragments.size();
@@ -281,11 +319,13 @@ private:
                  (fragments == 1 ? " fragment)" : " fragments)"),
              "u/l", 1, keyword);
         Fragment(value, items.offsetTable, depth + 1, "OffsetTable");
-        for (const Dicom_Fragment& fragment : items.fragments) Fragment(value, fragment, depth + 1, "Fragment");
+        for (const Dicom_Fragment& fragment : items.fragments)
+            Fragment(value, fragment, depth + 1, "Fragment");
         Line(depth, 0xFFFE, 0xE0DD, "na", "(SequenceDelimitationItem)", "0", 0, "SequenceDelimitationItem");
     }
 
-    void Fragment(const Dicom_OtherType& value, const Dicom_Fragment& fragment, int depth, const char* keyword) {
+    void Fragment(const Dicom_OtherType& value, const Dicom_Fragment& fragment, int depth,
+                  const char* keyword) {
         std::string text;
         if (fragment.length == 0) {
             text = "(no value)";
@@ -302,16 +342,9 @@ private:
 };
 
 std::string SyntaxName(const Dicom_TransferSyntax& syntax) {
-    switch (syntax.GetKind()) {
-        case Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN: return "Implicit VR Little Endian";
-        case Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN: return "Explicit VR Little Endian";
-        case Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN: return "Explicit VR Big Endian";
-        case Dicom_TransferSyntax::DEFLATED_EXPLICIT_LITTLE_ENDIAN: return "Deflated Explicit VR Little Endian";
-        case Dicom_TransferSyntax::ENCAPSULATED: return "encapsulated, " + syntax.GetUID();
-        case Dicom_TransferSyntax::UNKNOWN: return "unknown, " + syntax.GetUID();
-        case Dicom_TransferSyntax::UNSPECIFIED: break;
-    }
-    return "unspecified";
+    if (!syntax.IsSpecified()) return "transfer syntax not known";
+    const char* name = Dicom_UIDic::Name(syntax.GetUID().c_str());
+    return name != nullptr ? std::string(name) : syntax.GetUID();
 }
 
 }  // namespace

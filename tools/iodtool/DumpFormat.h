@@ -12,7 +12,8 @@
 // OV) as hexadecimal units; encapsulated pixel data as its offset table and fragments, each a
 // line of its own. The comment gives the value length as stored (odd lengths included; "u/l"
 // for undefined-length sequences), the value multiplicity and the keyword ("PrivateTag" with
-// the creator for private data that the dictionary does not know).
+// the creator for private data that the dictionary does not know), and for a standard UID its
+// name ("# 20, 1 TransferSyntaxUID: Explicit VR Little Endian").
 #pragma once
 
 #include <cstddef>
@@ -22,8 +23,8 @@ class Dicom_Msg;
 class Dicom_Type;
 
 struct IodDumpOptions {
-    bool meta = true;          // print the file meta group (0002,xxxx) first
-    size_t maxLength = 64;     // longest printed value in characters ("..." after); 0: no limit
+    bool meta = true;       // print the file meta group (0002,xxxx) first
+    size_t maxLength = 64;  // longest printed value in characters ("..." after); 0: no limit
 };
 
 // Appends the dump of `msg` to `out`: with options.meta the meta group under a

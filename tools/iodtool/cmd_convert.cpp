@@ -4,6 +4,7 @@
 #include <Dicom/Dicom_OtherType.h>
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_TransferSyntax.h>
+#include <Dicom/Dicom_UIDic.h>
 
 #include <cstdio>
 #include <string>
@@ -26,6 +27,12 @@ Dicom_TransferSyntax ParseSyntax(const std::string& text) {
     return Dicom_TransferSyntax(text);
 }
 
+// "Explicit VR Little Endian (1.2.840.10008.1.2.1)"
+std::string Describe(const Dicom_TransferSyntax& syntax) {
+    const char* name = Dicom_UIDic::Name(syntax.GetUID().c_str());
+    return name != nullptr ? std::string(name) + " (" + syntax.GetUID() + ")" : syntax.GetUID();
+}
+
 // Why `msg` cannot be written in `target` without changing its pixel data; empty when it can.
 std::string PixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSyntax& target) {
     const Dicom_ME* pixels = msg.Find(Dicom_Tag(0x7FE0, 0x0010));
@@ -34,15 +41,15 @@ std::string PixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSyntax& 
     const bool encapsulated = value->IsEncapsulated();
     const Dicom_TransferSyntax& source = msg.GetTransferSyntax();
     if (encapsulated && !target.IsEncapsulated()) {
-        return "cannot write encapsulated pixel data in a native transfer syntax (" + target.GetUID() +
-               "): it would have to be decompressed";
+        return "cannot write encapsulated pixel data in a native transfer syntax, " + Describe(target) +
+               ": it would have to be decompressed";
     }
     if (target.IsEncapsulated() && source.GetUID() != target.GetUID()) {
         if (!encapsulated) {
-            return "cannot write native pixel data in the encapsulated transfer syntax " + target.GetUID() +
+            return "cannot write native pixel data in the encapsulated transfer syntax " + Describe(target) +
                    ": it would have to be compressed";
         }
-        return "cannot move encapsulated pixel data from " + source.GetUID() + " to " + target.GetUID() +
+        return "cannot move encapsulated pixel data from " + Describe(source) + " to " + Describe(target) +
                ": it would have to be recompressed";
     }
     return {};
@@ -78,7 +85,8 @@ int RunConvert(int argc, char** argv) {
     if (!syntaxText.empty()) {
         target = ParseSyntax(syntaxText);
         if (!target.IsKnown()) {
-            std::fprintf(stderr, "iodtool convert: unknown transfer syntax '%s'\n%s", syntaxText.c_str(), kUsage);
+            std::fprintf(stderr, "iodtool convert: unknown transfer syntax '%s'\n%s", syntaxText.c_str(),
+                         kUsage);
             return 2;
         }
     }
@@ -114,7 +122,7 @@ int RunConvert(int argc, char** argv) {
         std::fprintf(stderr,
                      "iodtool convert: %s: the data set cannot be encoded in %s (a value too long for its "
                      "length field, or one that syntax cannot hold); nothing written\n",
-                     paths[0], target.GetUID().c_str());
+                     paths[0], Describe(target).c_str());
         return 1;
     }
     if (!IodWriteFileAtomically(paths[1], out, &error)) {
@@ -126,8 +134,9 @@ int RunConvert(int argc, char** argv) {
 
 }  // namespace
 
-IODTOOL_COMMAND("convert", "convert <in> <out> [--transfer-syntax implicit|explicit|big|deflated|<UID>]",
-                "Rewrite a DICOM file with a fresh file meta header, in the transfer syntax it was read in or "
-                "the one given. Pixel data is never recompressed: encapsulated data stays in its own syntax. "
-                "The output is replaced atomically; nothing is written when the input cannot be read in full.",
-                RunConvert)
+IODTOOL_COMMAND(
+    "convert", "convert <in> <out> [--transfer-syntax implicit|explicit|big|deflated|<UID>]",
+    "Rewrite a DICOM file with a fresh file meta header, in the transfer syntax it was read in or "
+    "the one given. Pixel data is never recompressed: encapsulated data stays in its own syntax. "
+    "The output is replaced atomically; nothing is written when the input cannot be read in full.",
+    RunConvert)

@@ -87,9 +87,10 @@ int RunDump(int argc, char** argv) {
 
 }  // namespace
 
-IODTOOL_COMMAND("dump", "dump [--no-meta] [--max-length N] <file>",
-                "Print the meta group and the data set of a DICOM file, one element a line (tag, VR, value, "
-                "length, multiplicity, keyword), items indented. Values longer than N characters (default 64; "
-                "0: no limit) are cut with '...'. Exits 1 when the file cannot be read or parsed in full "
-                "(what was read is printed all the same).",
-                RunDump)
+IODTOOL_COMMAND(
+    "dump", "dump [--no-meta] [--max-length N] <file>",
+    "Print the meta group and the data set of a DICOM file, one element a line (tag, VR, value, "
+    "length, multiplicity, keyword), items indented. Values longer than N characters (default 64; "
+    "0: no limit) are cut with '...'. Exits 1 when the file cannot be read or parsed in full "
+    "(what was read is printed all the same).",
+    RunDump)

@@ -1,12 +1,11 @@
 // Dicom_ME: one element of a message: a tag and the value it owns.
 #pragma once
 
-#include <RW/RWCollectable.h>
-
 #include <Dicom/Dicom_Arena.h>
 #include <Dicom/Dicom_DumpLen.h>
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_Type.h>
+#include <RW/RWCollectable.h>
 
 class Dicom_TransferSyntax;
 
@@ -18,7 +17,8 @@ public:
     // `copyData` non-zero: the element stores a copy of `data` and the caller keeps it;
     // zero: the element takes `data` over. `reserved` is kept for interface compatibility.
     // `*status` (if given) receives 0, or -1 when `data` is null.
-    Dicom_ME(const Dicom_Tag& tag, Dicom_Type* data, int copyData = 0, int reserved = 0, int* status = nullptr);
+    Dicom_ME(const Dicom_Tag& tag, Dicom_Type* data, int copyData = 0, int reserved = 0,
+             int* status = nullptr);
     Dicom_ME(const Dicom_ME& other);  // deep copy
     Dicom_ME& operator=(const Dicom_ME&) = delete;
     ~Dicom_ME() override;
@@ -42,7 +42,8 @@ public:
 
     // A value of the class named by `vr` ("DS") parsed from `text`; null when the VR is unknown
     // or the text is not a valid value of it. Owned by the caller.
-    static Dicom_Type* ConvertToDicomType(const char* vr, const char* text, int reserved1 = 0, int reserved2 = 0);
+    static Dicom_Type* ConvertToDicomType(const char* vr, const char* text, int reserved1 = 0,
+                                          int reserved2 = 0);
 
     // RWCollectable: ordered by tag.
     int compareTo(const RWCollectable* other) const override;

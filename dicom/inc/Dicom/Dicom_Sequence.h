@@ -16,7 +16,9 @@ public:
 
     int GetNItems() const { return static_cast<int>(m_items.size()); }
     // Item i (0-based), owned by the sequence; null when out of range.
-    Dicom_Msg* Get(int i) const { return i >= 0 && i < GetNItems() ? m_items[static_cast<size_t>(i)] : nullptr; }
+    Dicom_Msg* Get(int i) const {
+        return i >= 0 && i < GetNItems() ? m_items[static_cast<size_t>(i)] : nullptr;
+    }
     // Takes the item over.
     void Append(Dicom_Msg* item) { m_items.push_back(item); }
     void Insert(int i, Dicom_Msg* item);

@@ -5,10 +5,10 @@
 // Keys are kept in a separate array so that a lookup is a binary search over 32-bit numbers.
 #pragma once
 
+#include <Dicom/Dicom_Tag.h>
+
 #include <cstdint>
 #include <vector>
-
-#include <Dicom/Dicom_Tag.h>
 
 class Dicom_ME;
 
