@@ -5,6 +5,7 @@
 #include <Dicom/Dicom_OB.h>
 #include <Dicom/Dicom_SQ.h>
 #include <Dicom/Dicom_Sequence.h>
+#include <KvlLog/Kvl_LogFile.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -98,7 +99,12 @@ bool AddParsed(Dicom_Msg& msg, Dicom_SortedVector& elems, Dicom_ME* me, Reader& 
         rd.Fail("element found twice in one data set");
         return false;
     }
-    if (msg.TagPolicy(me) == DICOM_POLICY_LAST) {
+    // Tolerated, but never silently: the dropped element is named in the log.
+    const bool keepLast = msg.TagPolicy(me) == DICOM_POLICY_LAST;
+    KVL_LOG("dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
+            "element %s found twice in one data set; the %s one is kept\n", me->GetTag().ToString().c_str(),
+            keepLast ? "last" : "first");
+    if (keepLast) {
         Dicom_ME* old = elems.Remove(me->GetTag());
         delete old;
         elems.Insert(me);
@@ -195,8 +201,6 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
             if (asSequence) {
                 Dicom_SQ* sq = static_cast<Dicom_SQ*>(Dicom_CreateValue(Dicom_VR::SQ, arena));
                 SetSequenceUndefinedLength(sq, true);
-                Dicom_ME* me = new (arena) Dicom_ME(tag, sq);
-                if (!AddParsed(msg, elems, me, *this)) return nullptr;
                 // UN of undefined length holds an implicit VR little endian sequence.
                 const bool saveExplicit = explicitVR, saveBig = big;
                 if (vr == Dicom_VR::UN && explicitVR) {
@@ -206,6 +210,10 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
                 p = ParseSequence(sq, p, limit, true, depth + 1, charset);
                 explicitVR = saveExplicit;
                 big = saveBig;
+                // The element joins the data set only once its items are read: a duplicate may be
+                // dropped (and destroyed) by AddParsed. Items read before a fault are kept.
+                Dicom_ME* me = new (arena) Dicom_ME(tag, sq);
+                if (!AddParsed(msg, elems, me, *this)) return nullptr;
                 if (!p) return nullptr;
                 continue;
             }
@@ -231,9 +239,9 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
         if (vr == Dicom_VR::SQ) {
             Dicom_SQ* sq = static_cast<Dicom_SQ*>(Dicom_CreateValue(Dicom_VR::SQ, arena));
             SetSequenceUndefinedLength(sq, false);
-            Dicom_ME* me = new (arena) Dicom_ME(tag, sq);
-            if (!AddParsed(msg, elems, me, *this)) return nullptr;
             const unsigned char* end = ParseSequence(sq, p, p + len, false, depth + 1, charset);
+            Dicom_ME* me = new (arena) Dicom_ME(tag, sq);  // after its items: see above
+            if (!AddParsed(msg, elems, me, *this)) return nullptr;
             if (!end) return nullptr;
             p += len;
             continue;
