@@ -47,9 +47,18 @@ IOD_NULL_VALUE(Dicom_UT, UT_NULL)
 
 // The value found under a tag is taken to be of class V (storing another class under a named
 // tag is the caller's fault); an absent one reads as V's null constant.
+// A value stored under the tag in another class (a same-tag pair such as PixelPaddingValue /
+// SignedPixelPaddingValue, or a VR that the file chose) is read as V from its bytes.
 template <class V>
 V value_or_null(const Dicom_Type* found) {
-    return found != nullptr ? V(*static_cast<const V*>(found)) : V(null_value<V>());
+    if (found == nullptr) return V(null_value<V>());
+    if (found->GetVR() == null_value<V>().GetVR()) return V(*static_cast<const V*>(found));
+    V value;
+    if (found->GetVR() != Dicom_VR::SQ && value.GetVR() != Dicom_VR::SQ &&
+        value.SetRaw(found->GetData(), found->GetRawLen()) == 0) {
+        value.SetCharset(found->GetCharset());
+    }
+    return value;
 }
 
 }  // namespace
