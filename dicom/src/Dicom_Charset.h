@@ -69,6 +69,9 @@ inline size_t FindDelimiter(unsigned short index, const char* data, size_t lengt
     return FindDelimiter(index, data, length, from, personName ? "\\^=" : "\\");
 }
 
+// Appends the UTF-8 form of one code point (at most 0x10FFFF) to `out`.
+void AppendUTF8(char32_t c, std::string& out);
+
 // True when the bytes hold nothing above 0x7F and no ESC.
 bool IsPlainASCII(const char* data, size_t length);
 
