@@ -57,7 +57,8 @@ Dicom_Arena::~Dicom_Arena() {
     }
 }
 
-void* Dicom_Arena::Allocate(size_t size) {
+void* Dicom_Arena::AllocateSlow(size_t size) {
+    if (size > SIZE_MAX - kAlign) throw std::bad_alloc();
     size = AlignUp(size == 0 ? 1 : size);
     if (size > static_cast<size_t>(m_end - m_cursor)) {
         const size_t header = AlignUp(sizeof(Chunk));

@@ -13,29 +13,37 @@ namespace {
 
 constexpr bool SortedByUID() {
     for (size_t i = 1; i < kUIDCount; ++i)
-        if (!(std::string_view(kUIDEntries[i - 1].uid) < std::string_view(kUIDEntries[i].uid))) return false;
+        if (std::string_view(kUIDEntries[i - 1].uid).compare(kUIDEntries[i].uid) >= 0) return false;
     return true;
 }
 static_assert(SortedByUID(), "the UID table must be sorted by UID and free of duplicates");
 
+// Orders of the table by another field, built on first use.
 template <const char* Dicom_UIDEntry::*Field>
-constexpr auto SortedBy() {
+std::array<uint16_t, kUIDCount> SortedBy() {
     std::array<uint16_t, kUIDCount> order{};
     for (size_t i = 0; i < kUIDCount; ++i) order[i] = static_cast<uint16_t>(i);
     std::sort(order.begin(), order.end(), [](uint16_t a, uint16_t b) {
-        return std::string_view(kUIDEntries[a].*Field) < std::string_view(kUIDEntries[b].*Field);
+        return std::string_view(kUIDEntries[a].*Field).compare(kUIDEntries[b].*Field) < 0;
     });
     return order;
 }
-constexpr auto kByKeyword = SortedBy<&Dicom_UIDEntry::keyword>();
-constexpr auto kByConstant = SortedBy<&Dicom_UIDEntry::constant>();
+const std::array<uint16_t, kUIDCount>& ByKeyword() {
+    static const auto order = SortedBy<&Dicom_UIDEntry::keyword>();
+    return order;
+}
+const std::array<uint16_t, kUIDCount>& ByConstant() {
+    static const auto order = SortedBy<&Dicom_UIDEntry::constant>();
+    return order;
+}
 
 template <const char* Dicom_UIDEntry::*Field>
 const Dicom_UIDEntry* FindIn(const std::array<uint16_t, kUIDCount>& order, std::string_view key) {
     const auto* it = std::lower_bound(order.begin(), order.end(), key, [](uint16_t i, std::string_view k) {
-        return kUIDEntries[i].*Field < k;
+        return std::string_view(kUIDEntries[i].*Field).compare(k) < 0;
     });
-    if (it != order.end() && kUIDEntries[*it].*Field == key) return &kUIDEntries[*it];
+    if (it != order.end() && std::string_view(kUIDEntries[*it].*Field).compare(key) == 0)
+        return &kUIDEntries[*it];
     return nullptr;
 }
 
@@ -48,8 +56,8 @@ const Dicom_UIDEntry* Dicom_UIDic::Find(const char* uid, size_t length) {
     const Dicom_UIDEntry* end = kUIDEntries + kUIDCount;
     const Dicom_UIDEntry* it = std::lower_bound(
         kUIDEntries, end, key,
-        [](const Dicom_UIDEntry& e, std::string_view k) { return std::string_view(e.uid) < k; });
-    if (it != end && it->uid == key) return it;
+        [](const Dicom_UIDEntry& e, std::string_view k) { return std::string_view(e.uid).compare(k) < 0; });
+    if (it != end && std::string_view(it->uid).compare(key) == 0) return it;
     return nullptr;
 }
 
@@ -66,8 +74,8 @@ const char* Dicom_UIDic::Name(const char* uid) { return uid ? Name(uid, std::str
 
 const Dicom_UIDEntry* Dicom_UIDic::FindByName(const char* name) {
     if (name == nullptr || name[0] == '\0') return nullptr;
-    if (const Dicom_UIDEntry* e = FindIn<&Dicom_UIDEntry::keyword>(kByKeyword, name)) return e;
-    return FindIn<&Dicom_UIDEntry::constant>(kByConstant, name);
+    if (const Dicom_UIDEntry* e = FindIn<&Dicom_UIDEntry::keyword>(ByKeyword(), name)) return e;
+    return FindIn<&Dicom_UIDEntry::constant>(ByConstant(), name);
 }
 
 bool Dicom_UIDic::IsStorageSOPClass(const char* uid, size_t length) {

@@ -64,10 +64,7 @@ constexpr std::array<Dicom_VR, 26 * 26> kByName = [] {
 
 }  // namespace
 
-const Dicom_VRInfo& Dicom_GetVRInfo(Dicom_VR vr) {
-    const auto i = static_cast<unsigned>(vr);
-    return kTable[i <= static_cast<unsigned>(DICOM_VR_COUNT) ? i : static_cast<unsigned>(DICOM_VR_COUNT)];
-}
+const Dicom_VRInfo* const g_dicomVRInfo = kTable;
 
 Dicom_VR Dicom_VRFromName(char c0, char c1) {
     if (c0 < 'A' || c0 > 'Z' || c1 < 'A' || c1 > 'Z') return Dicom_VR::NONE;

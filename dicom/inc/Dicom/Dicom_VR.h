@@ -56,7 +56,14 @@ struct Dicom_VRInfo {
     uint8_t swapUnit;    // bytes swapped as one unit on big endian (AT: 2; 0: not swapped)
 };
 
-const Dicom_VRInfo& Dicom_GetVRInfo(Dicom_VR vr);
+// The property table, one row per VR and a last row for NONE (read through Dicom_GetVRInfo).
+extern const Dicom_VRInfo* const g_dicomVRInfo;
+// Inline: the codec asks for the properties of every element it reads or writes.
+inline const Dicom_VRInfo& Dicom_GetVRInfo(Dicom_VR vr) {
+    const auto i = static_cast<unsigned>(vr);
+    return g_dicomVRInfo[i <= static_cast<unsigned>(DICOM_VR_COUNT) ? i
+                                                                    : static_cast<unsigned>(DICOM_VR_COUNT)];
+}
 inline const char* Dicom_VRName(Dicom_VR vr) { return Dicom_GetVRInfo(vr).name; }
 // Parses two characters ("US") into a VR; Dicom_VR::NONE when they name none.
 Dicom_VR Dicom_VRFromName(char c0, char c1);
