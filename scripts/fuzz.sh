@@ -10,6 +10,8 @@
 # Corpora grow across runs in <build>/fuzz-work/corpus. A crash leaves its input in
 # <build>/fuzz-work/artifacts: copy it into fuzz/regressions/ when it is fixed.
 # IOD_FUZZ_NO_BUILD=1 runs what is already built in $IOD_FUZZ_BUILD_DIR (or build/fuzz).
+# IOD_FUZZ_RUNS=N bounds each target to N executions with a fixed random seed and a fresh
+# corpus, so that a run is repeatable (CI uses it); the time bound still applies.
 # Exit status 1 when a target crashed or a regression input fails.
 set -uo pipefail
 
@@ -46,6 +48,11 @@ seeds=()
 for f in "$data"/test_files/*.dcm "$data"/charset_files/*.dcm "$root"/fuzz/regressions/*; do
     [[ -f "$f" && $(stat -c %s "$f") -le 65536 ]] && seeds+=("$f")
 done
+extra=()
+if [[ -n "${IOD_FUZZ_RUNS:-}" ]]; then
+    rm -rf "$work/corpus"
+    extra=(-runs="$IOD_FUZZ_RUNS" -seed=1)
+fi
 for t in "${targets[@]}"; do mkdir -p "$work/corpus/$t"; done
 for f in "${seeds[@]}"; do
     base="$(basename "$f")"
@@ -65,7 +72,7 @@ for t in "${targets[@]}"; do
     ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=0" \
         "$bin/$t" -max_total_time="$seconds" -max_len=65536 -timeout=10 -rss_limit_mb=2048 \
         -malloc_limit_mb=512 -dict="$root/fuzz/dicom.dict" -print_final_stats=1 \
-        -artifact_prefix="$work/artifacts/$t-" "$work/corpus/$t" >"$work/$t.log" 2>&1
+        -artifact_prefix="$work/artifacts/$t-" "${extra[@]}" "$work/corpus/$t" >"$work/$t.log" 2>&1
     rc=$?
     execs=$(grep -o 'stat::number_of_executed_units: [0-9]*' "$work/$t.log" | awk '{print $2}')
     cov=$(grep -oE 'cov: [0-9]+ ft: [0-9]+ corp: [0-9]+' "$work/$t.log" | tail -1)
