@@ -50,6 +50,8 @@
 #include <Dicom/Dicom_US.h>
 #include <Dicom/Dicom_UT.h>
 #include <KvlLog/Kvl_LogFile.h>
+#include <RW/RWTPtrSlist.h>
+#include <RW/RWTValOrderedVector.h>
 
 class IOD_Msg : public Dicom_Msg {
 public:
@@ -144,7 +146,77 @@ public:
 #undef IOD_PATTR_INPLACE
 #undef IOD_PALIAS
 
-    // --- message operations (besides Clone above) ---
+    // --- cloning and filtering ---
+    // The selective clones unlink the unwanted elements from this message's element vector,
+    // Clone() what is left and put the same element objects back: nothing is copied one by
+    // one, and the pixel data of a ...WithoutPD clone is never copied or serialised. During the
+    // call this message is changed, so no other thread may read it.
+    // A new message holding only the listed tags (private creator elements are always kept;
+    // private data elements are matched in their unresolved form). Owned by the caller.
+    IOD_Msg* Clone(const RWTPtrSlist<Dicom_Tag>& tags);
+    // A deep copy without (7FE0,0010) and the private compressed and encrypted pixel data, or
+    // null when an element could not be put back (this message is then short of it).
+    IOD_Msg* CloneWithoutPD();
+    // A deep copy without the listed tags (absent ones are ignored), or null as above.
+    IOD_Msg* CloneWithoutTags(RWTValOrderedVector<Dicom_Tag>& tags);
+    // CloneWithoutTags after appending to `tags` whichever of the three pixel data tags it lacks.
+    IOD_Msg* CloneWithoutPDAndTags(RWTValOrderedVector<Dicom_Tag>& tags);
+    // Removes every element whose tag is not listed, except private creator elements.
+    IOD_Msg& RemoveByMask(const RWTPtrSlist<Dicom_Tag>& tags);
+    // Removes every element of a group family named by its high byte (0x6000: 6000 to 60FF).
+    void ClearGroup(unsigned short group);
+    // Removes every curve (50xx) and overlay (60xx) element.
+    void ClearOverlaysAndCurves();
+    // Removes the VOI LUT module: window centre and width, their explanation, the VOI LUT
+    // function and the VOI LUT and softcopy VOI LUT sequences.
+    void RemoveMsgVoiModule();
+
+    // --- message length ---
+    // The size the message will have once sent in `transferSyntax`, counting compressed pixel
+    // data at its decompressed size; invalid when an image attribute it needs is missing.
+    Dicom_DumpLen CalcMsgLength(Dicom_UI transferSyntax);
+
+    // --- SOP common module, de-identification, frame vectors ---
+    // Sets SOP Class UID, with `newInstance` non-zero a new SOP Instance UID, and the instance
+    // creation date and time. 0, or -1 at the first failed write.
+    int SetSopCommonModule(const Dicom_UI& sopClass, int newInstance);
+    // Replaces Patient's Name by its initials and Patient ID by its keyed hash. 0 or -1.
+    int HideClassifideDetailes();
+    // Reduces every vector named by Frame Increment Pointer to the value of `frame` (1-based)
+    // and removes the pointer.
+    void ReduceFrameIncrementPointerVector(int frame);
+
+    // --- overlay (60xx) and curve (50xx) repeating-group indexes ---
+    // First free index 0..127, or -1 when all 128 are taken.
+    int GetOverlayIndex() const;
+    int GetCurveIndex() const;
+    // Removes the elements of one index of the family `group` (0x6000 or 0x5000).
+    void RemoveGroupIndex(int missing_index, unsigned short group);
+    // Renumbers the indexes above `missing_index` down by one (after RemoveGroupIndex).
+    void UpdateGroupIndex(int missing_index, unsigned short group);
+    // 1 when a graphic overlay (of that Overlay Type) exists, else 0.
+    int CheckOverlayExistence(const Dicom_CS* type) const;
+    int CheckOverlayGraphicExistence() const;
+    // 1 when a text overlay exists, else 0.
+    int CheckOverlayTextExistence() const;
+    // 1 when a complete curve exists at index 0 here or in a nested additional-curves item.
+    int CheckCurveExistence() const;
+    // Removes every text overlay and closes the gaps.
+    void RemoveOverlayTexts();
+
+    // --- scaling presentation objects with the image (horizontal factor first) ---
+    void MoveShutterBy(double x, double y);
+    void MoveDisplayAreaSeqBy(double x, double y);
+    void MoveGraphicAnnotationSeqBy(double x, double y);
+    void move_overlay_text_by(double x, double y);
+    void move_curves_by(double x, double y);
+
+private:
+    // The size of one image (this message or a multi-format item): see CalcMsgLength.
+    Dicom_DumpLen compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferSyntax);
+    // Shared search of the CheckOverlay... members: text overlays when `text` is non-zero,
+    // graphic ones otherwise, of Overlay Type `type` when it is given.
+    int check_overlay_existence(int text, const Dicom_CS* type) const;
 
 private:
     // Trace values are printed with %x / %d: the low 32 bits of an address.
