@@ -149,7 +149,7 @@ IOD_Msg* IOD_Msg::Clone(const RWTPtrSlist<Dicom_Tag>& tags) {
     if (keep.isEmpty() || count == 0) return new IOD_Msg();
 
     Dicom_SortedVector& elements = getElements();
-    RWOrdered unlinked;
+    RWOrdered unlinked(static_cast<size_t>(count));
     for (int i = count - 1; i >= 0; --i) {
         Dicom_ME* element = GetElement(i);
         if (element == nullptr) continue;
