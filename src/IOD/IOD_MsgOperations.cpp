@@ -75,6 +75,18 @@ V ValueOf(const Dicom_Msg& msg, const Dicom_Tag& tag, const V& null) {
     return value;
 }
 
+// The same without a copy when the value is stored as V (the length calculation allocates
+// nothing of its own then): the stored value, V's null constant when absent, or a converted copy
+// kept in `converted`.
+template <class V>
+const V& ValueIn(const Dicom_Msg& msg, const Dicom_Tag& tag, const V& null, V& converted) {
+    const Dicom_Type* found = msg.Get(tag);
+    if (found == nullptr) return null;
+    if (found->GetVR() == null.GetVR()) return *static_cast<const V*>(found);
+    converted = ValueOf(msg, tag, null);
+    return converted;
+}
+
 // The length of a binary value field as encoded (even; encapsulated data with its delimiter).
 unsigned int EncodedValueLength(const Dicom_Type& value) {
     if (const auto* other = dynamic_cast<const Dicom_OtherType*>(&value))
@@ -269,9 +281,11 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
 
     // The pixel values are looked at in place, never copied: their size is all that counts.
     const Dicom_Type* compressed = msg.Get(Dicom_Dictionary::KOVEL_COMPRESSED_PIXEL_DATA);
+    Dicom_CS photometricCopy;
+    Dicom_UI sopClassCopy;
     const Dicom_US samples = ValueOf(msg, kSamplesPerPixel, US_NULL);
-    const Dicom_CS photometric = ValueOf(msg, kPhotometricInterpretation, CS_NULL);
-    const Dicom_UI sopClass = ValueOf(msg, kSopClassUid, UI_NULL);
+    const Dicom_CS& photometric = ValueIn(msg, kPhotometricInterpretation, CS_NULL, photometricCopy);
+    const Dicom_UI& sopClass = ValueIn(msg, kSopClassUid, UI_NULL, sopClassCopy);
 
     if (compressed == nullptr || compressed->IsEmpty()) {  // equal to OB_NULL
         const Dicom_Type* pixels = msg.Get(kPixelData);
@@ -384,8 +398,9 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
 Dicom_DumpLen IOD_Msg::CalcMsgLength(Dicom_UI transferSyntax) {
     static const char* const kFunction = "IOD_Msg::CalcMsgLength";
     unsigned int result = 0;
-    const Dicom_CS imageType = ValueOf(*this, kImageType, CS_NULL);
-    const Dicom_CS modality = ValueOf(*this, kModality, CS_NULL);
+    Dicom_CS imageTypeCopy, modalityCopy;
+    const Dicom_CS& imageType = ValueIn(*this, kImageType, CS_NULL, imageTypeCopy);
+    const Dicom_CS& modality = ValueIn(*this, kModality, CS_NULL, modalityCopy);
 
     if (modality == kModalityPR || modality == kModalitySR || modality == kModalityKO) {
         // Presentation states, reports and key-object selections are sent as they are.
