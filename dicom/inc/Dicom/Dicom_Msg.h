@@ -112,6 +112,10 @@ public:
     Dicom_DumpLen GetDumpLen(const Dicom_UI& syntaxUid, int reserved, SCompressionParms params,
                              Dicom_MF_Info* info) const;
     Dicom_DumpLen GetDumpLen(const Dicom_TransferSyntax& syntax = Dicom_TransferSyntax()) const;
+    // Encoded length of the whole file image in `syntax`: preamble, "DICM", meta information
+    // group and data set, exactly what Encode(out, syntax, true) writes. Invalid when that write
+    // would fail.
+    Dicom_DumpLen GetFileDumpLen(const Dicom_TransferSyntax& syntax = Dicom_TransferSyntax()) const;
     const Dicom_TransferSyntax& GetTransferSyntax() const { return m_syntax; }
     Dicom_SwapInfo::msg_source GetSource() const { return m_source; }
 
