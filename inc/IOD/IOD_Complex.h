@@ -137,7 +137,7 @@ protected:
              std::string* error) const override;
 
 private:
-    // The removed set: chained hashing over a fixed number of buckets. The hash of a tag is
+    // The removed set: chained hashing over a fixed number of buckets (a power of two). The hash of a tag is
     // group XOR element, where a private tag that names its implementor contributes only the
     // low byte of its element: the dictionary form (gggg,00xx) and the form it has in a
     // message (gggg,bbxx) of one implementor's attribute are the same entry.
@@ -159,6 +159,7 @@ private:
         };
         std::vector<int32_t> m_heads;
         std::vector<Node> m_nodes;
+        size_t m_mask = 0;
     };
 
     // The layer's element under `tag` (private dictionary tags resolved through the creators the
@@ -175,6 +176,8 @@ private:
     // The lowest block (0x10..0xFF) of `group` whose creator element the composite shows with
     // the text `creator` (without padding), or 0.
     unsigned short creator_block(unsigned short group, std::string_view creator) const;
+    // True when the merged view was built from the current layer, underlying message and removed set.
+    bool view_is_current(const Dicom_SortedVector& orig) const;
     // True when an element of the underlying message is hidden.
     bool hidden(const Dicom_ME* element) const {
         return !m_removed.Empty() && m_removed.Contains(element->GetTag());
@@ -183,11 +186,14 @@ private:
     Kvl_AutoPtr<Dicom_Msg> m_orig;   // the underlying message, when given as a Dicom_Msg
     Kvl_AutoPtr<IOD_Msg> m_origIod;  // ... or as an IOD_Msg
     const Dicom_Msg* m_o;            // whichever it is (an empty message for an empty pointer)
+    Dicom_SortedVector* m_layer;     // the own store of Dicom_Msg: the layer
     RemovedSet m_removed;
     RWTPtrSlist<Dicom_ME> m_newElements;  // list of the new-elements iteration (not supported)
 
-    // The merged view and what it was built from.
+    // The merged view, what it was built from, and its own version once built (callers may
+    // unlink elements from it for a while, as the selective clones do).
     mutable Dicom_SortedVector m_view;
+    mutable uint64_t m_viewVersion = 0;
     mutable const Dicom_SortedVector* m_viewOrig = nullptr;
     mutable uint64_t m_viewOrigVersion = 0;
     mutable uint64_t m_viewLayerVersion = 0;

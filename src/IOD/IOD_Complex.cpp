@@ -34,7 +34,12 @@ std::string_view CreatorText(const unsigned char* data, size_t length) {
 // ---------------------------------------------------------------------------------------------
 // The removed set
 
-IOD_Complex::RemovedSet::RemovedSet(size_t buckets) : m_heads(buckets ? buckets : 1, -1) {}
+IOD_Complex::RemovedSet::RemovedSet(size_t buckets) {
+    size_t n = 1;
+    while (n < buckets) n <<= 1;  // a power of two: the bucket is the hash masked
+    m_heads.assign(n, -1);
+    m_mask = n - 1;
+}
 
 unsigned IOD_Complex::RemovedSet::Hash(const Dicom_Tag& tag) {
     const bool byImplementor = tag.IsPrivate() && tag.HasImplementor();
@@ -49,14 +54,14 @@ bool IOD_Complex::RemovedSet::Same(const Dicom_Tag& a, const Dicom_Tag& b) {
 }
 
 bool IOD_Complex::RemovedSet::Contains(const Dicom_Tag& tag) const {
-    for (int32_t i = m_heads[Hash(tag) % m_heads.size()]; i >= 0; i = m_nodes[static_cast<size_t>(i)].next)
+    for (int32_t i = m_heads[Hash(tag) & m_mask]; i >= 0; i = m_nodes[static_cast<size_t>(i)].next)
         if (Same(m_nodes[static_cast<size_t>(i)].tag, tag)) return true;
     return false;
 }
 
 void IOD_Complex::RemovedSet::Insert(const Dicom_Tag& tag) {
     if (Contains(tag)) return;
-    int32_t& head = m_heads[Hash(tag) % m_heads.size()];
+    int32_t& head = m_heads[Hash(tag) & m_mask];
     m_nodes.push_back({tag, head});
     head = static_cast<int32_t>(m_nodes.size() - 1);
 }
@@ -65,15 +70,23 @@ void IOD_Complex::RemovedSet::Insert(const Dicom_Tag& tag) {
 // Construction
 
 IOD_Complex::IOD_Complex(const Kvl_AutoPtr<Dicom_Msg>& orig)
-    : IOD_Msg(), m_orig(orig), m_o(orig.get() ? orig.get() : &EmptyMessage()), m_removed(kRemovedBuckets) {
+    : IOD_Msg(),
+      m_orig(orig),
+      m_o(orig.get() ? orig.get() : &EmptyMessage()),
+      m_layer(&Dicom_Msg::getElements()),
+      m_removed(kRemovedBuckets) {
     copy_dicom_flags(*m_o);
-    Dicom_Msg::getElements().DetermineStrategy(kLayerExpected);
+    m_layer->DetermineStrategy(kLayerExpected);
 }
 
 IOD_Complex::IOD_Complex(const Kvl_AutoPtr<IOD_Msg>& orig)
-    : IOD_Msg(), m_origIod(orig), m_o(orig.get() ? orig.get() : &EmptyMessage()), m_removed(kRemovedBuckets) {
+    : IOD_Msg(),
+      m_origIod(orig),
+      m_o(orig.get() ? orig.get() : &EmptyMessage()),
+      m_layer(&Dicom_Msg::getElements()),
+      m_removed(kRemovedBuckets) {
     copy_dicom_flags(*m_o);
-    Dicom_Msg::getElements().DetermineStrategy(kLayerExpected);
+    m_layer->DetermineStrategy(kLayerExpected);
 }
 
 IOD_Complex::~IOD_Complex() = default;
@@ -84,7 +97,7 @@ IOD_Complex::~IOD_Complex() = default;
 unsigned short IOD_Complex::creator_block(unsigned short group, std::string_view creator) const {
     // Creator elements (gggg,0010)..(gggg,00FF) of the layer and of the underlying message,
     // merged in element order; the layer's stands where both have one.
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     const Dicom_SortedVector& orig = elements_of(*m_o);
     const uint32_t first = (uint32_t(group) << 16) | 0x0010;
     const uint32_t last = (uint32_t(group) << 16) | 0x00FF;
@@ -111,7 +124,7 @@ unsigned short IOD_Complex::creator_block(unsigned short group, std::string_view
 }
 
 Dicom_ME* IOD_Complex::layer_find(const Dicom_Tag& tag) const {
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     if (layer.isEmpty()) return nullptr;
     if (!tag.IsUnresolvedPrivate()) return layer.Find(tag.GetTag());
     const std::string_view creator = ImplementorIDVector::NameView(tag.GetImplementorID());
@@ -121,17 +134,27 @@ Dicom_ME* IOD_Complex::layer_find(const Dicom_Tag& tag) const {
     return layer.Find((uint32_t(tag.GetGroup()) << 16) | (uint32_t(block) << 8) | (tag.GetElement() & 0xFFu));
 }
 
+bool IOD_Complex::view_is_current(const Dicom_SortedVector& orig) const {
+    return m_viewOrig == &orig && m_viewOrigVersion == orig.Version() &&
+           m_viewLayerVersion == m_layer->Version() && m_viewRemoved == m_removed.Size();
+}
+
 Dicom_ME* IOD_Complex::Find(Dicom_Tag tag, bool recursive) const {
     (void)recursive;
+    // While the merged view is current (and nobody has unlinked anything from it), it gives the
+    // same answer in one search: the layer's element, else the original's unless removed.
+    if (!tag.IsUnresolvedPrivate() && m_view.Version() == m_viewVersion)
+        return IOD_Complex::getElements().Find(tag.GetTag());
     if (Dicom_ME* me = layer_find(tag)) return me;
     if (m_removed.Empty()) return m_o->Find(tag, false);
     if (m_removed.Contains(tag)) return nullptr;
     Dicom_ME* me = m_o->Find(tag, false);
-    return me && m_removed.Contains(me->GetTag()) ? nullptr : me;
+    // The element's own tag, when it is another form of `tag` (a private attribute's number).
+    return me && !(me->GetTag() == tag) && m_removed.Contains(me->GetTag()) ? nullptr : me;
 }
 
 int IOD_Complex::GetNElements() const {
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     const Dicom_SortedVector& orig = elements_of(*m_o);
     int n = static_cast<int>(layer.entries());
     for (size_t i = 0; i < orig.entries(); ++i) {
@@ -151,11 +174,9 @@ int IOD_Complex::FindImplementorPrefix(unsigned short group, const Dicom_LO& cre
 }
 
 Dicom_SortedVector& IOD_Complex::getElements() const {
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     const Dicom_SortedVector& orig = elements_of(*m_o);
-    if (m_viewOrig == &orig && m_viewOrigVersion == orig.Version() && m_viewLayerVersion == layer.Version() &&
-        m_viewRemoved == m_removed.Size())
-        return m_view;
+    if (view_is_current(orig)) return m_view;
     // Merge the two sorted vectors: the layer's element where both have the tag, the underlying
     // message's elements unless hidden.
     m_view.Clear();
@@ -177,6 +198,7 @@ Dicom_SortedVector& IOD_Complex::getElements() const {
     m_viewOrigVersion = orig.Version();
     m_viewLayerVersion = layer.Version();
     m_viewRemoved = m_removed.Size();
+    m_viewVersion = m_view.Version();
     return m_view;
 }
 
@@ -190,7 +212,7 @@ void IOD_Complex::reserve_creator(const Dicom_Tag& tag) {
     if (creator.empty() || creator_block(group, creator)) return;
     // A block that neither the layer nor the underlying message uses, removed creators of the
     // underlying message included: their data elements may still be there.
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     const Dicom_SortedVector& orig = elements_of(*m_o);
     for (unsigned short b = 0x10; b <= 0xFF; ++b) {
         const uint32_t key = (uint32_t(group) << 16) | b;
@@ -351,7 +373,7 @@ int IOD_Complex::dump(void* buffer, unsigned int length, const Dicom_TransferSyn
 Kvl_AutoPtr<Dicom_Msg> IOD_Complex::ConstructRealMsg() const {
     Dicom_Msg* real = new Dicom_Msg(*m_o);
     for (size_t i = 0; i < m_removed.Size(); ++i) real->Remove(m_removed.At(i));
-    const Dicom_SortedVector& layer = Dicom_Msg::getElements();
+    const Dicom_SortedVector& layer = *m_layer;
     for (size_t i = 0; i < layer.entries(); ++i) {
         Dicom_ME* copy = new Dicom_ME(*layer.at(i));
         if (real->AddOrReplace(copy) == -1) {

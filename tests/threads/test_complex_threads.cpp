@@ -51,9 +51,7 @@ TEST(ComplexThreads, CompositesOverOneSharedOriginal) {
     source.Set(Dicom_Tag(0x0008, 0x0005), &latin1);
     source.SetPatientsName(Dicom_PN(L"Müller^Hans"));
     source.SetPatientID(Dicom_LO("P-1"));
-    source.SetAccessionNumber(Dicom_SH("A-1"));
     source.SetImageLabel(Dicom_SH("label"));
-    source.SetRows(Dicom_US(512));
     std::vector<unsigned char> pixels(4096, 7);
     source.SetPixelData(Dicom_OW(pixels.data(), static_cast<unsigned>(pixels.size()), 1, nullptr));
     Bytes file;
