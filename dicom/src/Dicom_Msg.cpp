@@ -234,19 +234,22 @@ int Dicom_Msg::FindImplementorPrefix(unsigned short group, const Dicom_LO& creat
 namespace {
 
 // The tag under which a new element for `tag` is stored. Unresolved private tags reserve the first
-// free block of the group for their creator (writing the creator element) when it has none.
-// ILLEGAL_TAG when the tag cannot be stored.
-Dicom_Tag StorageTag(Dicom_Msg& msg, Dicom_SortedVector& elems, const Dicom_Tag& tag) {
+// free block of the group for their creator when it has none: the block is looked for in what
+// the message presents (`shown`), so that no creator it shows is overwritten, and the creator
+// element goes into the message's own store. ILLEGAL_TAG when the tag cannot be stored.
+Dicom_Tag StorageTag(Dicom_Msg& msg, const Dicom_SortedVector& shown, Dicom_SortedVector& store,
+                     const Dicom_Tag& tag) {
     if (tag == Dicom_Tag::ILLEGAL_TAG) return Dicom_Tag::ILLEGAL_TAG;
     if (!tag.IsUnresolvedPrivate()) return tag;
     const std::string& name = CreatorName(tag.GetImplementorID());
     if (name.empty()) return Dicom_Tag::ILLEGAL_TAG;
     const std::string creator = name;  // the cache may change below
     const unsigned short group = tag.GetGroup();
-    unsigned short block = FindBlock(elems, group, creator.data(), creator.size());
+    unsigned short block = FindBlock(shown, group, creator.data(), creator.size());
     if (!block) {
         for (unsigned short b = 0x10; b <= 0xFF; ++b) {
-            if (elems.Index((uint32_t(group) << 16) | b) < 0) {
+            const uint32_t key = (uint32_t(group) << 16) | b;
+            if (shown.Index(key) < 0 && store.Index(key) < 0) {
                 block = b;
                 break;
             }
@@ -255,7 +258,7 @@ Dicom_Tag StorageTag(Dicom_Msg& msg, Dicom_SortedVector& elems, const Dicom_Tag&
         Dicom_Type* lo = Dicom_CreateValue(Dicom_VR::LO);
         lo->SetRaw(creator.data(), static_cast<uint32_t>(creator.size()));
         msg.fix_charset_for_new_item(lo);
-        elems.Insert(new Dicom_ME(Dicom_Tag(group, block), lo));
+        store.Insert(new Dicom_ME(Dicom_Tag(group, block), lo));
     }
     return Dicom_Tag(group, static_cast<unsigned short>((block << 8) | (tag.GetElement() & 0xFF)),
                      tag.GetImplementorID());
@@ -276,8 +279,10 @@ const Dicom_Type* Dicom_Msg::Get(const Dicom_Tag& tag) const {
 
 int Dicom_Msg::SetInPlace(const Dicom_Tag& tag, const Dicom_Type* value) {
     if (!value) return -1;
-    Dicom_ME* me = Find(tag, false);
-    if (!me || !me->GetData() || me->GetData()->GetVR() != value->GetVR()) return -1;
+    const Dicom_ME* shown = Find(tag, false);
+    if (!shown || !shown->GetData() || shown->GetData()->GetVR() != value->GetVR()) return -1;
+    Dicom_ME* me = FindChangeable(tag);
+    if (!me || !me->GetChangeableData()) return -1;
     if (value->GetVR() == Dicom_VR::SQ) {
         me->SetData(value->Clone(), 0);
         return 0;
@@ -289,6 +294,19 @@ int Dicom_Msg::SetInPlace(const Dicom_Tag& tag, const Dicom_Type* value) {
     return 0;
 }
 
+Dicom_ME* Dicom_Msg::FindChangeable(Dicom_Tag tag) {
+    Dicom_ME* me = Find(tag, false);
+    if (!me) return nullptr;
+    const uint32_t key = me->GetTag().GetTag();
+    Dicom_ME* own = m_elements.Find(key);
+    if (own == me) return me;
+    // Shown, not owned: a copy in the own store takes its place in what the message presents.
+    if (own) return nullptr;  // Find returned something other than the own element: inconsistent
+    Dicom_ME* copy = new Dicom_ME(*me);
+    m_elements.Insert(copy);
+    return copy;
+}
+
 Dicom_SortedVector& Dicom_Msg::getElements() const { return m_elements; }
 
 void Dicom_Msg::copy_dicom_flags(const Dicom_Msg& source) {
@@ -297,33 +315,35 @@ void Dicom_Msg::copy_dicom_flags(const Dicom_Msg& source) {
     m_syntax = source.m_syntax;
 }
 
+// Add, Replace, Remove and SetWithoutDataCopy write into the own store (m_elements) and resolve
+// private tags through what the message presents (getElements()); AddOrReplace decides on what
+// it presents and goes through the virtual Add or Replace.
+
 int Dicom_Msg::Add(Dicom_ME* element, int copy) {
     if (!element) return -1;
-    Dicom_SortedVector& elems = getElements();
-    const Dicom_Tag tag = StorageTag(*this, elems, element->GetTag());
+    const Dicom_Tag tag = StorageTag(*this, getElements(), m_elements, element->GetTag());
     if (tag == Dicom_Tag::ILLEGAL_TAG) return -1;
-    if (elems.Index(tag) >= 0) return -1;
+    if (m_elements.Index(tag) >= 0) return -1;
     Dicom_ME* me = copy ? new Dicom_ME(*element) : element;
     me->SetTag(tag);
     if (me->GetChangeableData()) fix_charset_for_new_item(me->GetChangeableData());
-    elems.Insert(me);
+    m_elements.Insert(me);
     return 0;
 }
 
 int Dicom_Msg::Replace(Dicom_ME* element) {
     if (!element) return -1;
-    Dicom_SortedVector& elems = getElements();
     uint32_t key;
-    if (!ResolveKey(elems, element->GetTag(), &key)) return -1;
-    const long i = elems.Index(key);
+    if (!ResolveKey(getElements(), element->GetTag(), &key)) return -1;
+    const long i = m_elements.Index(key);
     if (i < 0) return -1;
-    Dicom_ME* old = elems.RemoveAt(static_cast<size_t>(i));
+    Dicom_ME* old = m_elements.RemoveAt(static_cast<size_t>(i));
     if (old != element) {
         element->SetTag(old->GetTag());
         delete old;
     }
     if (element->GetChangeableData()) fix_charset_for_new_item(element->GetChangeableData());
-    elems.Insert(element);
+    m_elements.Insert(element);
     return 0;
 }
 
@@ -336,12 +356,11 @@ int Dicom_Msg::AddOrReplace(Dicom_ME* element) {
 }
 
 int Dicom_Msg::Remove(Dicom_Tag tag) {
-    Dicom_SortedVector& elems = getElements();
     uint32_t key;
-    if (!ResolveKey(elems, tag, &key)) return -1;
-    const long i = elems.Index(key);
+    if (!ResolveKey(getElements(), tag, &key)) return -1;
+    const long i = m_elements.Index(key);
     if (i < 0) return -1;
-    delete elems.RemoveAt(static_cast<size_t>(i));
+    delete m_elements.RemoveAt(static_cast<size_t>(i));
     return 0;
 }
 
@@ -380,18 +399,17 @@ int Dicom_Msg::SetWithDataCopy(const Dicom_Tag& tag, Dicom_Type* value) { return
 
 int Dicom_Msg::SetWithoutDataCopy(const Dicom_Tag& tag, Dicom_Type* value) {
     if (!value) return -1;
-    Dicom_SortedVector& elems = getElements();
-    const Dicom_Tag storage = StorageTag(*this, elems, tag);
+    const Dicom_Tag storage = StorageTag(*this, getElements(), m_elements, tag);
     if (storage == Dicom_Tag::ILLEGAL_TAG) {
         delete value;
         return -1;
     }
     fix_charset_for_new_item(value);
-    if (Dicom_ME* me = elems.Find(storage.GetTag())) {
+    if (Dicom_ME* me = m_elements.Find(storage.GetTag())) {
         me->SetData(value, 0);
         return 0;
     }
-    elems.Insert(new Dicom_ME(storage, value));
+    m_elements.Insert(new Dicom_ME(storage, value));
     return 0;
 }
 
@@ -603,7 +621,9 @@ void Dicom_Msg::ClearTagPolicies() {
 // ---------------------------------------------------------------------------------------------
 // Codec access
 
-Dicom_SortedVector& Dicom_Codec::Elements(Dicom_Msg& msg) { return msg.getElements(); }
+// Writers (the reader, trusted buffers, transcoding) fill the own store; readers see what the
+// message presents.
+Dicom_SortedVector& Dicom_Codec::Elements(Dicom_Msg& msg) { return msg.m_elements; }
 const Dicom_SortedVector& Dicom_Codec::Elements(const Dicom_Msg& msg) { return msg.getElements(); }
 uint32_t& Dicom_Codec::MsgFlags(Dicom_Msg& msg) { return msg.m_msgFlags; }
 uint32_t Dicom_Codec::MsgFlags(const Dicom_Msg& msg) { return msg.m_msgFlags; }

@@ -23,7 +23,22 @@ unsigned short MessageCharset(const Dicom_Msg& msg) {
     return Dicom_Charset::IndexOf(reinterpret_cast<const char*>(v->GetData()), v->GetRawLen());
 }
 
-// Re-encodes every text value of a data set (and its items) in `index`.
+// True when a value holds text (itself or in the items of a sequence) not yet in `index`.
+bool HasTextToTranscode(const Dicom_Type* v, unsigned short index) {
+    if (!v) return false;
+    if (v->GetVR() != Dicom_VR::SQ) return v->IsI18nStringType() && v->GetCharset() != index;
+    const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(v);
+    for (int j = 0; j < sq->GetNItems(); ++j) {
+        const Dicom_Msg* item = sq->GetItem(j);
+        if (!item) continue;
+        const Dicom_SortedVector& elems = Dicom_Codec::Elements(*item);
+        for (size_t i = 0; i < elems.entries(); ++i)
+            if (HasTextToTranscode(elems.at(i)->GetData(), index)) return true;
+    }
+    return false;
+}
+
+// Re-encodes every text value of a data set's own store (and of its items) in `index`.
 void TranscodeAll(Dicom_Msg& msg, unsigned short index) {
     Dicom_SortedVector& elems = Dicom_Codec::Elements(msg);
     for (size_t i = 0; i < elems.entries(); ++i) {
@@ -55,6 +70,18 @@ void Dicom_Msg::fix_charset_for_new_item(Dicom_Type* value) {
     // The message's repertoire cannot hold the value: the message moves to UTF-8, its text
     // values with it, and the value is written in UTF-8 too.
     const unsigned short utf8 = Dicom_Charset::UTF8Index();
+    // Elements that this message presents without owning them are copied into its own store
+    // first: the message they belong to keeps its text.
+    const Dicom_SortedVector& shown = getElements();
+    if (&shown != &m_elements) {
+        std::vector<Dicom_Tag> borrowed;
+        for (size_t i = 0; i < shown.entries(); ++i) {
+            const Dicom_ME* me = shown.at(i);
+            if (m_elements.Find(me->GetTag().GetTag()) != me && HasTextToTranscode(me->GetData(), utf8))
+                borrowed.push_back(me->GetTag());
+        }
+        for (const Dicom_Tag& t : borrowed) FindChangeable(t);
+    }
     TranscodeAll(*this, utf8);
     Dicom_Type* cs = Dicom_CreateValue(Dicom_VR::CS);
     cs->SetRaw("ISO_IR 192", 10);
@@ -102,8 +129,10 @@ int Dicom_Msg::MoveTextObjectSeqBy(double x, double y) {
     const Dicom_Tag annotation(0x0070, 0x0001), textObjects(0x0070, 0x0008);
     const Dicom_Tag points[] = {Dicom_Tag(0x0070, 0x0010), Dicom_Tag(0x0070, 0x0011),
                                 Dicom_Tag(0x0070, 0x0014)};
-    Dicom_ME* seq = Find(annotation, false);
-    if (!seq || !seq->GetData() || seq->GetData()->GetVR() != Dicom_VR::SQ) return 0;
+    const Dicom_ME* shown = Find(annotation, false);
+    if (!shown || !shown->GetData() || shown->GetData()->GetVR() != Dicom_VR::SQ) return 0;
+    Dicom_ME* seq = FindChangeable(annotation);
+    if (!seq || !seq->GetData()) return -1;
     const Dicom_SQ* annotations = static_cast<const Dicom_SQ*>(seq->GetData());
     for (int i = 0; i < annotations->GetNItems(); ++i) {
         Dicom_Msg* item = annotations->GetItem(i);
@@ -156,6 +185,8 @@ int Dicom_Msg::Update(const Dicom_Msg& source, bool removeEmpty, bool recursive)
         }
         if (recursive && v->GetVR() == Dicom_VR::SQ) {
             Dicom_ME* mine = Find(tag, false);
+            if (mine && mine->GetData() && mine->GetData()->GetVR() == Dicom_VR::SQ)
+                mine = FindChangeable(tag);
             if (mine && mine->GetData() && mine->GetData()->GetVR() == Dicom_VR::SQ) {
                 Dicom_SQ* target = static_cast<Dicom_SQ*>(mine->GetChangeableData());
                 const Dicom_SQ* from = static_cast<const Dicom_SQ*>(v);

@@ -37,12 +37,14 @@ Dicom_ME* Dicom_SortedVector::Insert(Dicom_ME* element) {
     if (m_keys.empty() || m_keys.back() < key) {
         m_keys.push_back(key);
         m_elems.push_back(element);
+        ++m_version;
         return element;
     }
     size_t i = LowerBound(key);
     if (i < m_keys.size() && m_keys[i] == key) return nullptr;
     m_keys.insert(m_keys.begin() + static_cast<long>(i), key);
     m_elems.insert(m_elems.begin() + static_cast<long>(i), element);
+    ++m_version;
     return element;
 }
 
@@ -52,6 +54,7 @@ Dicom_ME* Dicom_SortedVector::Append(Dicom_ME* element) {
     if (m_keys.empty() || m_keys.back() < key) {
         m_keys.push_back(key);
         m_elems.push_back(element);
+        ++m_version;
         return element;
     }
     return Insert(element);
@@ -67,6 +70,7 @@ Dicom_ME* Dicom_SortedVector::RemoveAt(size_t i) {
     Dicom_ME* e = m_elems[i];
     m_keys.erase(m_keys.begin() + static_cast<long>(i));
     m_elems.erase(m_elems.begin() + static_cast<long>(i));
+    ++m_version;
     return e;
 }
 

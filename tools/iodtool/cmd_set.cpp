@@ -1,16 +1,21 @@
 // iodtool set: write attributes of a DICOM file by their accessor names.
+//
+// The file is parsed without copying (its values point into the bytes read) and the changes are
+// laid over it with an IOD_Complex: however large the pixel data, it is not copied while the
+// file is edited, only once into the encoding, which is written atomically.
 #include <IOD/IOD_AttributeRegistry.h>
+#include <IOD/IOD_Complex.h>
 #include <IOD/IOD_Msg.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "Command.h"
+#include "FileBytes.h"
 
 namespace {
 
@@ -53,21 +58,28 @@ int RunSet(int argc, char** argv) {
         }
     }
 
-    std::ifstream in(argv[1], std::ios::binary);
-    if (!in) {
-        std::fprintf(stderr, "iodtool set: cannot read %s\n", argv[1]);
+    std::vector<unsigned char> bytes;
+    std::string error;
+    if (!IodReadFileBytes(argv[1], bytes, &error)) {
+        std::fprintf(stderr, "iodtool set: %s\n", error.c_str());
         return 1;
     }
-    std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (bytes.size() > UINT_MAX) {
+        std::fprintf(stderr, "iodtool set: %s is too large\n", argv[1]);
+        return 1;
+    }
     int status = 0;
-    IOD_Msg msg(bytes.data(), static_cast<unsigned int>(bytes.size()), 1, &status);
+    // copy 0: `bytes` outlives the message and the composite.
+    Kvl_AutoPtr<IOD_Msg> original(
+        new IOD_Msg(bytes.data(), static_cast<unsigned int>(bytes.size()), 0, &status));
     if (status != 0) {
         std::fprintf(stderr, "iodtool set: %s could not be parsed\n", argv[1]);
         return 1;
     }
+    IOD_Complex changes(original);
 
     for (const Assignment& assignment : assignments) {
-        if (assignment.info->set(msg, assignment.group, *assignment.value) != 0) {
+        if (assignment.info->set(changes, assignment.group, *assignment.value) != 0) {
             std::fprintf(stderr, "iodtool set: could not set %s\n", assignment.name.c_str());
             return 1;
         }
@@ -75,14 +87,12 @@ int RunSet(int argc, char** argv) {
 
     // Written in the syntax it was read in, as a file image when it was read as one.
     std::vector<unsigned char> encoded;
-    if (msg.Encode(encoded, Dicom_TransferSyntax(), IsFileImage(bytes)) != 0) {
+    if (changes.Encode(encoded, Dicom_TransferSyntax(), IsFileImage(bytes)) != 0) {
         std::fprintf(stderr, "iodtool set: the changed data set cannot be encoded\n");
         return 1;
     }
-    std::ofstream out(argv[2], std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(encoded.data()), static_cast<std::streamsize>(encoded.size()));
-    if (!out.flush()) {
-        std::fprintf(stderr, "iodtool set: cannot write %s\n", argv[2]);
+    if (!IodWriteFileAtomically(argv[2], encoded, &error)) {
+        std::fprintf(stderr, "iodtool set: %s\n", error.c_str());
         return 1;
     }
     return 0;

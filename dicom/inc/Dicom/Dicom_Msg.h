@@ -15,6 +15,14 @@
 //
 // The element store is virtual: a subclass can layer its own store over the base one. The
 // virtual operations are declared in a fixed order that subclasses rely on; do not reorder.
+// A message has two element vectors that coincide for a plain message:
+//  - its own store, the elements it owns; every write of the base (Add, Replace, Remove, Set...,
+//    the creator element of a private block) lands there;
+//  - what it presents, getElements(): what the base reads, resolves private tags through, looks
+//    for free private blocks in, encodes, serialises and exports. A subclass that presents
+//    elements of another message beside its own (a composite) returns a view here; elements that
+//    it only shows are never changed through it: FindChangeable copies them into the own store
+//    first.
 #pragma once
 
 #include <Dicom/Dicom_DumpLen.h>
@@ -100,6 +108,10 @@ public:
     // Overwrites the value of an existing element in place (the element object stays); -1 when
     // the element is absent or the value's class differs.
     int SetInPlace(const Dicom_Tag& tag, const Dicom_Type* value);
+    // The element under `tag` (as Find finds it), ready to be changed in place: an element that
+    // the message only presents and does not own (one of the message a composite is laid over)
+    // is first copied into the message's own store, and the copy is returned. Null when absent.
+    Dicom_ME* FindChangeable(Dicom_Tag tag);
 
     // --- encoding ---
     // Writes the data set in `syntax` (default-constructed: the one it was read in, or Explicit
@@ -214,6 +226,8 @@ protected:
                             int* status, bool stopBeforePixelData = false, bool strict = false,
                             const char* name = nullptr);
     void DestroyElements();
+    // What another message presents (its getElements()), for subclasses that present it too.
+    static const Dicom_SortedVector& elements_of(const Dicom_Msg& msg) { return msg.getElements(); }
 
     // Parser state flags; cleared before a parse into an existing message.
     uint32_t m_parseFlags = 0;

@@ -3,6 +3,8 @@
 // It holds pointers: elements are unlinked (Remove, RemoveAt) and put back (Insert) without
 // being copied or destroyed; the message that owns the vector destroys what is left in it.
 // Keys are kept in a separate array so that a lookup is a binary search over 32-bit numbers.
+// Every change of the set of pointers (insertion, removal, clearing) advances Version(), so that
+// a view built from the vector can tell that it is out of date.
 #pragma once
 
 #include <Dicom/Dicom_Tag.h>
@@ -45,7 +47,10 @@ public:
     void Clear() {
         m_keys.clear();
         m_elems.clear();
+        ++m_version;
     }
+    // Advances with every insertion, removal and clearing.
+    uint64_t Version() const { return m_version; }
 
     class Iterator {
     public:
@@ -63,6 +68,7 @@ public:
 private:
     std::vector<uint32_t> m_keys;
     std::vector<Dicom_ME*> m_elems;
+    uint64_t m_version = 0;
 };
 
 // The same store, created with a capacity.
