@@ -108,6 +108,8 @@ public:
     }
     // A new IOD_Msg holding what the composite presents, owned by the caller.
     Dicom_Msg* Clone() override;
+    // The selective clones of IOD_Msg (Clone(tags)) stay reachable through a composite.
+    using IOD_Msg::Clone;
     // The underlying message as given to the constructor.
     virtual Dicom_Msg* GetOrigPtr() const;
     // Encoded length and encoding of what the composite presents (as Dicom_Msg's).
