@@ -25,8 +25,9 @@ constexpr uint32_t kPixelDataKey = 0x7FE00010u;
 // VR of an element read in implicit VR: from the dictionary (private elements through their
 // creator); group lengths UL, private creators LO, unknown UN. Ambiguous dictionary entries:
 // US/SS by the pixel representation seen so far (SS when 1), any pair with OW gives OW, except
-// Curve Data (50xx,3000): OB, a string of points of the type its group names (see
-// CurvePointWidth), as the implicit VR syntax defines it.
+// Curve Data (50xx,3000): OB, a string of points whose type its group names (Data Value
+// Representation), as the implicit VR syntax defines it and as common toolkits read it. Overlay
+// Data (60xx,3000) is OW.
 Dicom_VR ImplicitVR(const Dicom_Tag& tag, int pixelRepresentation) {
     if (tag.GetElement() == 0x0000) return Dicom_VR::UL;
     if ((tag.GetGroup() & 0xFF01) == 0x5000 && tag.GetElement() == 0x3000) return Dicom_VR::OB;
@@ -77,9 +78,8 @@ struct Reader {
     uint32_t R32(const unsigned char* p) const { return big ? Load32BE(p) : Load32LE(p); }
 
     // Bytes of a binary value in host order: swapped in place in our own buffer, else in a copy.
-    // `unit` 0: the VR's own unit.
-    const unsigned char* HostOrder(const unsigned char* p, uint32_t len, Dicom_VR vr, unsigned unit = 0) {
-        if (unit == 0) unit = SwapUnit(vr);
+    const unsigned char* HostOrder(const unsigned char* p, uint32_t len, Dicom_VR vr) {
+        const unsigned unit = SwapUnit(vr);
         if (!big || unit < 2 || len == 0) return p;
         unsigned char* q = ownsBuffer ? const_cast<unsigned char*>(p) : arena->Copy(p, len);
         SwapUnits(q, len, unit);
@@ -252,11 +252,7 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
         }
 
         const unsigned char* data = p;
-        if (Dicom_GetVRInfo(vr).binary || vr == Dicom_VR::AT) {
-            data = HostOrder(p, len, vr, big ? CurvePointWidth(elems, tag, vr) : 0);
-        } else if (big && vr == Dicom_VR::OB) {
-            if (const unsigned width = CurvePointWidth(elems, tag, vr)) data = HostOrder(p, len, vr, width);
-        }
+        if (Dicom_GetVRInfo(vr).binary || vr == Dicom_VR::AT) data = HostOrder(p, len, vr);
         Dicom_Type* v = Dicom_CreateValue(vr, arena);
         v->AttachRaw(data, len);
 

@@ -2,11 +2,9 @@
 #pragma once
 
 #include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_ME.h>
 #include <Dicom/Dicom_OtherType.h>
 #include <Dicom/Dicom_SQ.h>
 #include <Dicom/Dicom_Sequence.h>
-#include <Dicom/Dicom_SortedVector.h>
 #include <Dicom/Dicom_Type.h>
 #include <Dicom/Dicom_VR.h>
 
@@ -69,22 +67,6 @@ inline void SwapUnits(unsigned char* p, size_t length, unsigned unit) {
         default:
             break;
     }
-}
-
-// Curve Data (50xx,3000) is a byte string (OB, or OW) whose points have the type that Data Value
-// Representation (50xx,0103) of the same group names: 0 US, 1 SS, 2 FL, 3 FD, 4 SL. The layer
-// keeps the points in host order like any binary number, and big endian swaps each point by its
-// own width, whatever the element's VR. Returns that width for a curve data element in OB or OW
-// whose data set `elems` holds a valid Data Value Representation, else 0 (the VR decides).
-inline unsigned CurvePointWidth(const Dicom_SortedVector& elems, const Dicom_Tag& tag, Dicom_VR vr) {
-    if ((tag.GetGroup() & 0xFF01) != 0x5000 || tag.GetElement() != 0x3000) return 0;
-    if (vr != Dicom_VR::OB && vr != Dicom_VR::OW) return 0;
-    const Dicom_ME* dvr = elems.Find((uint32_t(tag.GetGroup()) << 16) | 0x0103u);
-    const Dicom_Type* v = dvr ? dvr->GetData() : nullptr;
-    if (!v || v->GetVR() != Dicom_VR::US || v->GetRawLen() < 2) return 0;
-    static constexpr unsigned kWidths[] = {2, 2, 4, 8, 4};
-    const uint16_t code = static_cast<uint16_t>(v->GetData()[0] | (v->GetData()[1] << 8));
-    return code < 5 ? kWidths[code] : 0;
 }
 
 // Copies `length` bytes swapped in units of `unit` (0/1: plain copy).

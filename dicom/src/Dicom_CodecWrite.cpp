@@ -272,13 +272,8 @@ bool Writer::Element(const Dicom_ME& me, bool top, const Dicom_SortedVector& ele
 
     if (raw) {
         // Pad first, then swap: an odd-length binary value is swapped as the even value that a
-        // reader sees, so that big endian reads back as little endian does. Curve data swaps
-        // its points by their own width.
-        unsigned unit = 0;
-        if (enc.big) {
-            unit = CurvePointWidth(elems, tag, vr);
-            if (unit == 0) unit = SwapUnit(vr);
-        }
+        // reader sees, so that big endian reads back as little endian does.
+        const unsigned unit = enc.big ? SwapUnit(vr) : 0;
         std::memcpy(p, v->GetData(), raw);
         if (raw & 1) p[raw] = info.padding;
         if (unit >= 2) SwapUnits(p, static_cast<size_t>(padded), unit);
