@@ -1,5 +1,5 @@
-// Overlay and curve repeating-group indexes: free-index searches, removal and renumbering
-// (element by element, private creators included), existence tests and text-overlay removal.
+// Overlay and curve repeating-group indexes (free-index searches, removal and renumbering element
+// by element, existence tests, text-overlay removal) and the scaling of presentation objects.
 #include <Dicom/Dicom_Dictionary.h>
 #include <gtest/gtest.h>
 
@@ -13,26 +13,54 @@
 
 namespace {
 
-// Overlay index i: Overlay Type, Rows and, for a text overlay, the two private text elements.
+using Floats = std::vector<float>;
+
+// Overlay index i: Overlay Type, Rows (100 + i) and, for a text overlay, the private text string
+// ("text i") and position (10, 20).
 void AddOverlay(IOD_Msg& m, int i, const char* type, bool text = false) {
     ASSERT_EQ(m.SetOverlayType_i(i, Dicom_CS(type)), 0);
     ASSERT_EQ(m.SetRows_i(i, Dicom_US(static_cast<unsigned short>(100 + i))), 0);
     if (!text) return;
     ASSERT_EQ(m.SetTextOverlayString_i(i, Dicom_LO(("text " + std::to_string(i)).c_str())), 0);
-    ASSERT_EQ(m.SetTextOverlayPosition_i(i, Dicom_FL(std::vector<float>{1.0f * i, 2.0f})), 0);
+    ASSERT_EQ(m.SetTextOverlayPosition_i(i, Dicom_FL(Floats{10, 20})), 0);
 }
 
-// Every element as "gggg,eeee" -> value text.
+// A curve at index i of `m`: dimensions, points, type, Data Value Representation and data.
+void AddCurve(Dicom_Msg& m, int i, int dvr = 0, unsigned short dims = 2, unsigned short points = 1,
+              const std::string& data = std::string("\1\0\2\0", 4)) {
+    auto set = [&](unsigned short element, Dicom_Type&& v) {
+        EXPECT_EQ(m.Set(Dicom_Tag(0x5000, element).SetRepeatingGroup(i), &v), 0);
+    };
+    set(0x0005, Dicom_US(dims));
+    set(0x0010, Dicom_US(points));
+    set(0x0020, Dicom_CS("POLY"));
+    set(0x0103, Dicom_US(static_cast<unsigned short>(dvr)));
+    set(0x3000, Dicom_OB(const_cast<char*>(data.data()), static_cast<unsigned int>(data.size()), 1, nullptr));
+}
+
+std::string CurveData(const Dicom_Msg& m, int i) {
+    const Dicom_Type* v = m.Get(Dicom_Tag(0x5000, 0x3000).SetRepeatingGroup(i));
+    return v ? std::string(reinterpret_cast<const char*>(v->GetData()), v->GetRawLen()) : "(absent)";
+}
+
+// The additional-curves sequence of `m` with `items` new items; returns the last one.
+Dicom_Msg* AddNested(Dicom_Msg& m, int items = 1) {
+    Dicom_SQ sq;
+    for (int k = 0; k < items; ++k) sq.AddItem(new Dicom_Msg());
+    EXPECT_EQ(m.Set(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE, &sq), 0);
+    return static_cast<const Dicom_SQ*>(m.Get(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE))
+        ->GetItem(items - 1);
+}
+
+// Every element as "(gggg,eeee)" -> value text.
 std::map<std::string, std::string> Elements(const IOD_Msg& m) {
     std::map<std::string, std::string> out;
-    for (int i = 0; i < m.GetNElements(); ++i) {
-        const Dicom_ME* me = m.GetElement(i);
-        out[me->GetTag().ToString()] = me->GetData()->ToString();
-    }
+    for (int i = 0; i < m.GetNElements(); ++i)
+        out[m.GetElement(i)->GetTag().ToString()] = m.GetElement(i)->GetData()->ToString();
     return out;
 }
 
-// A record with this level, function and format text (records keep no trailing newline).
+// A record of the library with this level, function and format (records keep no newline).
 bool Logged(const LogRecorder& log, int level, const std::string& function, std::string text) {
     if (!text.empty() && text.back() == '\n') text.pop_back();
     for (const Kvl_LogRecord& r : log.records)
@@ -63,8 +91,6 @@ TEST(OverlayIndexes, FirstFreeIndexAndTheFullList) {
     EXPECT_EQ(full.GetCurveIndex(), -1);
     EXPECT_TRUE(Logged(log, 4, "IOD_Msg::GetOverlayIndex", "GetOverlayIndex(): List is full\n"));
     EXPECT_TRUE(Logged(log, 4, "IOD_Msg::GetCurveIndex", "GetCurveIndex():List is full\n"));
-    full.RemoveGroupIndex(5, 0x6000);
-    EXPECT_EQ(full.GetOverlayIndex(), 5);
 }
 
 TEST(OverlayIndexes, RemovalRenumbersTheGroupsAboveElementByElement) {
@@ -78,29 +104,24 @@ TEST(OverlayIndexes, RemovalRenumbersTheGroupsAboveElementByElement) {
     ASSERT_EQ(m.Set(Dicom_Tag(0x6007, 0x1101, ImplementorIDVector::Index(std::string("OTHER"))), &own), 0);
     ASSERT_EQ(m.SetTypeOfData_i(0, Dicom_CS("POLY")), 0);
     const auto before = Elements(m);
+    // Expected: nothing of 6002 and 6003; groups 6004 and above two lower; the rest as it was.
+    std::map<std::string, std::string> removed, renumbered;
+    for (const auto& [tag, value] : before) {
+        const auto group = static_cast<unsigned short>(std::stoul(tag.substr(1, 4), nullptr, 16));
+        if (group == 0x6002 || group == 0x6003) continue;
+        removed[tag] = value;
+        const bool moves = (group & 0xFF00) == 0x6000 && (group & 0xFF) > 2;
+        renumbered[moves ? Dicom_Tag(static_cast<unsigned short>(group - 2), 0).ToString().substr(0, 5) +
+                               tag.substr(5)
+                         : tag] = value;
+    }
 
     LogRecorder log(7);
     m.RemoveGroupIndex(1, 0x6000);
-    auto expected = before;
-    for (auto it = expected.begin(); it != expected.end();)
-        it = it->first.rfind("(6002", 0) == 0 || it->first.rfind("(6003", 0) == 0 ? expected.erase(it) : ++it;
-    EXPECT_EQ(Elements(m), expected);
-
+    EXPECT_EQ(Elements(m), removed);
     m.UpdateGroupIndex(1, 0x6000);
-    expected.clear();
-    for (const auto& [tag, value] : before) {
-        const unsigned short group = static_cast<unsigned short>(std::stoul(tag.substr(1, 4), nullptr, 16));
-        if (group == 0x6002 || group == 0x6003) continue;
-        std::string moved = tag;
-        if ((group & 0xFF00) == 0x6000 && (group & 0xFF) > 2) {
-            moved =
-                Dicom_Tag(static_cast<unsigned short>(group - 2), 0).ToString().substr(0, 5) + tag.substr(5);
-        }
-        expected[moved] = value;
-    }
-    EXPECT_EQ(Elements(m), expected);
-    // The moved private elements resolve through their moved creators.
-    EXPECT_EQ(std::string(m.GetTextOverlayString_i(2).ToString()), "text 3");
+    EXPECT_EQ(Elements(m), renumbered);
+    EXPECT_EQ(std::string(m.GetTextOverlayString_i(2).ToString()), "text 3");  // through the moved creator
     EXPECT_EQ(m.GetOverlayIndex(), 4);
     EXPECT_TRUE(
         Logged(log, 7, "IOD_Msg::RemoveGroupIndex", "Start RemoveGroupIndex: missing_index is:<1>\n"));
@@ -120,7 +141,7 @@ TEST(OverlayIndexes, RemovalRenumbersTheGroupsAboveElementByElement) {
     EXPECT_EQ(Elements(m), settled);
 }
 
-TEST(OverlayIndexes, ExistenceTests) {
+TEST(OverlayIndexes, ExistenceTestsAndTextRemoval) {
     struct Case {
         std::vector<std::pair<const char*, bool>> overlays;  // type, text
         int graphic, text, typeG, typeR;
@@ -141,71 +162,35 @@ TEST(OverlayIndexes, ExistenceTests) {
         EXPECT_EQ(m.CheckOverlayExistence(&g), c.typeG);
         EXPECT_EQ(m.CheckOverlayExistence(&r), c.typeR);
     }
-}
 
-namespace {
-
-// A complete curve at index i of `m` (any Dicom_Msg), without `skip` (an element number).
-void AddCurve(Dicom_Msg& m, int i, unsigned short skip = 0) {
-    const std::pair<unsigned short, Dicom_Type*> elements[] = {{0x0005, new Dicom_US(2)},
-                                                               {0x0010, new Dicom_US(1)},
-                                                               {0x0020, new Dicom_CS("POLY")},
-                                                               {0x0103, new Dicom_US(0)},
-                                                               {0x3000, new Dicom_OB()}};
-    static_cast<Dicom_OB*>(elements[4].second)->SetRaw("\1\0\2\0", 4);
-    for (const auto& [element, value] : elements) {
-        Dicom_Tag tag(0x5000, element);
-        if (element != skip) {
-            EXPECT_EQ(m.Set(tag.SetRepeatingGroup(i), value), 0);
-        }
-        delete value;
-    }
-}
-
-// `items` nested levels of additional curves below `m`; returns the deepest item.
-Dicom_Msg* AddNested(Dicom_Msg& m, int items = 1) {
-    Dicom_SQ sq;
-    for (int k = 0; k < items; ++k) sq.AddItem(new Dicom_Msg());
-    EXPECT_EQ(m.Set(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE, &sq), 0);
-    const Dicom_Type* v = m.Get(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE);
-    return static_cast<const Dicom_SQ*>(v)->GetItem(items - 1);
-}
-
-}  // namespace
-
-TEST(CurveIndexes, ExistenceLooksAtIndexZeroAndTheFirstNestedItems) {
-    IOD_Msg complete, noDVR, emptyData, nested, secondItem, noItem;
-    AddCurve(complete, 0);
-    AddCurve(noDVR, 0, 0x0103);
-    AddCurve(noDVR, 1);  // index 1 is never looked at
-    AddCurve(emptyData, 0);
-    ASSERT_EQ(emptyData.SetCurveData_i(0, Dicom_OB()), 0);
-    AddCurve(*AddNested(*AddNested(nested)), 0);  // two levels down
-    AddCurve(*AddNested(secondItem, 2), 0);
-    AddNested(noItem, 1);
-    EXPECT_EQ(complete.CheckCurveExistence(), 1);
-    EXPECT_EQ(noDVR.CheckCurveExistence(), 0);
-    EXPECT_EQ(emptyData.CheckCurveExistence(), 0);
-    EXPECT_EQ(nested.CheckCurveExistence(), 1);
-    EXPECT_EQ(secondItem.CheckCurveExistence(), 0);
-    EXPECT_EQ(noItem.CheckCurveExistence(), 0);
-}
-
-TEST(OverlayIndexes, RemoveOverlayTextsClosesTheGaps) {
+    // Texts at 0, 1 and 3 go; 2 and 4 become 0 and 1; the text at 6, after a gap, moves down
+    // with every removal but stays.
     IOD_Msg m;
-    const bool text[] = {true, true, false, true, false};
-    for (int i = 0; i < 5; ++i) AddOverlay(m, i, "G", text[i]);
-    AddOverlay(m, 6, "G", true);  // after a gap: kept, but moved down with every removal
+    for (int i : {0, 1, 2, 3, 4, 6}) AddOverlay(m, i, "G", i != 2 && i != 4);
     m.RemoveOverlayTexts();
     EXPECT_EQ(m.GetRows_i(0), Dicom_US(102));
     EXPECT_EQ(m.GetRows_i(1), Dicom_US(104));
     EXPECT_EQ(m.GetOverlayIndex(), 2);
     EXPECT_EQ(m.CheckOverlayTextExistence(), 0);
-    EXPECT_EQ(m.GetRows_i(3), Dicom_US(106));
     EXPECT_EQ(std::string(m.GetTextOverlayString_i(3).ToString()), "text 6");
     const bool present[] = {true, false, true, false, false, false, true, true, false};
     for (int g = 0; g < 9; ++g)
         EXPECT_EQ(m.hasGroup(static_cast<unsigned short>(0x6000 + g)), present[g]) << g;
+}
+
+TEST(CurveIndexes, ExistenceLooksAtIndexZeroAndTheFirstNestedItems) {
+    IOD_Msg complete, noDVR, emptyData, nested, secondItem, noItem;
+    AddCurve(complete, 0);
+    AddCurve(noDVR, 0);
+    noDVR.RemoveDataValueRepresentation_i(0);
+    AddCurve(noDVR, 1);  // index 1 is never looked at
+    AddCurve(emptyData, 0, 0, 2, 1, "");
+    AddCurve(*AddNested(*AddNested(nested)), 0);  // two levels down
+    AddCurve(*AddNested(secondItem, 2), 0);
+    AddNested(noItem, 1);
+    int expected[] = {1, 0, 0, 1, 0, 0}, k = 0;
+    for (IOD_Msg* m : {&complete, &noDVR, &emptyData, &nested, &secondItem, &noItem})
+        EXPECT_EQ(m->CheckCurveExistence(), expected[k++]) << k;
 }
 
 // --- scaling with the image ---
@@ -228,12 +213,11 @@ TEST(PresentationScaling, ShuttersRoundHalfUpAndKeepTheRadius) {
     EXPECT_EQ(m.GetRadiusOfCircularShutter(), Dicom_IS("9"));
     EXPECT_EQ(m.GetVerticesOfThePlygonalShutter(), Dicom_IS("3\\4\\9\\8"));
 
-    // value, factor, result: + 0.5 then truncated toward zero.
+    // value, factor, result: + 0.5 then truncated toward zero, saturating.
     for (auto [value, factor, result] : {std::tuple{"10", 0.25, "3"},
                                          {"3", 0.5, "2"},
                                          {"-3", 0.5, "-1"},
                                          {"-5", 0.5, "-2"},
-                                         {"7", 0.1, "1"},
                                          {"2000000000", 4.0, "2147483647"}}) {
         IOD_Msg one;
         one.SetShutterLeftVerticalEdge(Dicom_IS(value));
@@ -252,52 +236,35 @@ TEST(PresentationScaling, ShuttersRoundHalfUpAndKeepTheRadius) {
     EXPECT_TRUE(Logged(log, 4, "IOD_Msg::MoveShutterBy", "Vertices do not have multiple values\n"));
 }
 
-namespace {
+TEST(PresentationScaling, DisplayedAreasAnnotationsAndTextOverlays) {
+    const Dicom_Tag standard(0x0070, 0x005A),
+        kovel(Dicom_Dictionary::KOVEL_DISPLAYED_AREA_SELECTION_SEQUENCE);
+    auto area = [](std::vector<int> bottomRight) {
+        Dicom_Msg* item = new Dicom_Msg();
+        Dicom_SL tl(std::vector<int>{1, 1}), br(bottomRight);
+        item->Set(Dicom_Tag(0x0070, 0x0052), &tl);
+        item->Set(Dicom_Tag(0x0070, 0x0053), &br);
+        return item;
+    };
+    auto corner = [](const IOD_Msg& m, const Dicom_Tag& sequence, unsigned short element) {
+        const Dicom_Msg* item = static_cast<const Dicom_SQ*>(m.Get(sequence))->GetItem(0);
+        return static_cast<const Dicom_SL*>(item->Get(Dicom_Tag(0x0070, element)))->GetValues();
+    };
+    IOD_Msg m, two;
+    Dicom_SQ one, pair, three;
+    one.AddItem(area({511, 255}));
+    pair.AddItem(area({10, 10}));
+    pair.AddItem(area({10, 10}));
+    three.AddItem(area({10, 10, 10}));  // three values: not a corner
+    ASSERT_EQ(m.Set(standard, &one), 0);
+    ASSERT_EQ(m.Set(kovel, &one), 0);
+    ASSERT_EQ(two.Set(standard, &pair), 0);
+    ASSERT_EQ(two.Set(kovel, &three), 0);
 
-// A displayed-area item: top left and bottom right corners.
-Dicom_Msg* AreaItem(std::vector<int> topLeft, std::vector<int> bottomRight) {
-    Dicom_Msg* item = new Dicom_Msg();
-    Dicom_SL tl(topLeft), br(bottomRight);
-    item->Set(Dicom_Tag(0x0070, 0x0052), &tl);
-    item->Set(Dicom_Tag(0x0070, 0x0053), &br);
-    return item;
-}
-
-std::vector<int> Corner(const IOD_Msg& m, const Dicom_Tag& sequence, int item, unsigned short element) {
-    const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(m.Get(sequence));
-    return static_cast<const Dicom_SL*>(sq->GetItem(item)->Get(Dicom_Tag(0x0070, element)))->GetValues();
-}
-
-}  // namespace
-
-TEST(PresentationScaling, DisplayedAreasOfSequencesWithOneItem) {
-    const Dicom_Tag standard(0x0070, 0x005A);
-    const Dicom_Tag kovel(Dicom_Dictionary::KOVEL_DISPLAYED_AREA_SELECTION_SEQUENCE);
-    IOD_Msg one, two, three;
-    Dicom_SQ a, b, c;
-    a.AddItem(AreaItem({1, 1}, {511, 255}));
-    b.AddItem(AreaItem({1, 1}, {10, 10}));
-    b.AddItem(AreaItem({1, 1}, {10, 10}));
-    c.AddItem(AreaItem({1, 1, 1}, {10, 10}));  // three values: not a corner
-    ASSERT_EQ(one.Set(standard, &a), 0);
-    ASSERT_EQ(one.Set(kovel, &a), 0);
-    ASSERT_EQ(two.Set(standard, &b), 0);
-    ASSERT_EQ(three.Set(kovel, &c), 0);
-    for (IOD_Msg* m : {&one, &two, &three}) m->MoveDisplayAreaSeqBy(0.5, 2);
-    for (const Dicom_Tag& t : {standard, kovel}) {
-        EXPECT_EQ(Corner(one, t, 0, 0x0052), (std::vector<int>{1, 2}));
-        EXPECT_EQ(Corner(one, t, 0, 0x0053), (std::vector<int>{256, 510}));
-    }
-    EXPECT_EQ(Corner(two, standard, 0, 0x0053), (std::vector<int>{10, 10}));
-    EXPECT_EQ(Corner(three, kovel, 0, 0x0053), (std::vector<int>{10, 10}));
-}
-
-TEST(PresentationScaling, AnnotationItemsAndTextOverlays) {
-    IOD_Msg m;
-    Dicom_SQ annotations;
+    Dicom_SQ annotations;  // two annotation items, each with an anchor point
     for (int k = 0; k < 2; ++k) {
         Dicom_Msg* text = new Dicom_Msg();
-        Dicom_FL anchor(std::vector<float>{10, 20});
+        Dicom_FL anchor(Floats{10, 20});
         text->Set(Dicom_Tag(0x0070, 0x0014), &anchor);
         Dicom_SQ texts;
         texts.AddItem(text);
@@ -309,21 +276,27 @@ TEST(PresentationScaling, AnnotationItemsAndTextOverlays) {
     AddOverlay(m, 0, "G", true);
     AddOverlay(m, 1, "G");
     AddOverlay(m, 3, "G", true);  // after a gap: left alone
-    ASSERT_EQ(m.SetTextOverlayPosition_i(0, Dicom_FL(std::vector<float>{10, 20})), 0);
-    ASSERT_EQ(m.SetTextOverlayPosition_i(3, Dicom_FL(std::vector<float>{10, 20})), 0);
 
-    m.MoveGraphicAnnotationSeqBy(2, 3);
-    m.move_overlay_text_by(2, 3);
+    for (IOD_Msg* msg : {&m, &two}) {
+        msg->MoveDisplayAreaSeqBy(0.5, 2);
+        msg->MoveGraphicAnnotationSeqBy(2, 3);
+        msg->move_overlay_text_by(2, 3);
+    }
+    for (const Dicom_Tag& t : {standard, kovel}) {
+        EXPECT_EQ(corner(m, t, 0x0052), (std::vector<int>{1, 2}));
+        EXPECT_EQ(corner(m, t, 0x0053), (std::vector<int>{256, 510}));
+        EXPECT_EQ(corner(two, t, 0x0053).back(), 10);
+    }
     const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(m.Get(Dicom_Tag(0x0070, 0x0001)));
     for (int k = 0; k < 2; ++k) {
-        const Dicom_Type* texts = sq->GetItem(k)->Get(Dicom_Tag(0x0070, 0x0008));
-        const Dicom_Msg* text = static_cast<const Dicom_SQ*>(texts)->GetItem(0);
+        const Dicom_Msg* text =
+            static_cast<const Dicom_SQ*>(sq->GetItem(k)->Get(Dicom_Tag(0x0070, 0x0008)))->GetItem(0);
         EXPECT_EQ(static_cast<const Dicom_FL*>(text->Get(Dicom_Tag(0x0070, 0x0014)))->GetValues(),
-                  (std::vector<float>{20, 60}));
+                  (Floats{20, 60}));
     }
-    EXPECT_EQ(m.GetTextOverlayPosition_i(0).GetValues(), (std::vector<float>{30, 40}));  // row first
+    EXPECT_EQ(m.GetTextOverlayPosition_i(0).GetValues(), (Floats{30, 40}));  // row first
     EXPECT_EQ(m.GetTextOverlayPosition_i(1), FL_NULL);
-    EXPECT_EQ(m.GetTextOverlayPosition_i(3).GetValues(), (std::vector<float>{10, 20}));
+    EXPECT_EQ(m.GetTextOverlayPosition_i(3).GetValues(), (Floats{10, 20}));
 }
 
 namespace {
@@ -333,42 +306,13 @@ std::string Points(int dvr, const std::vector<double>& values) {
     std::string out;
     auto put = [&out](auto v) { out.append(reinterpret_cast<const char*>(&v), sizeof v); };
     for (double v : values) {
-        switch (dvr) {
-            case 1:
-                put(static_cast<int16_t>(v));
-                break;
-            case 2:
-                put(static_cast<float>(v));
-                break;
-            case 3:
-                put(v);
-                break;
-            case 4:
-                put(static_cast<int32_t>(v));
-                break;
-            default:
-                put(static_cast<uint16_t>(v));
-                break;
-        }
+        if (dvr == 1) put(static_cast<int16_t>(v));
+        if (dvr == 2) put(static_cast<float>(v));
+        if (dvr == 3) put(v);
+        if (dvr == 4) put(static_cast<int32_t>(v));
+        if (dvr == 0 || dvr > 4) put(static_cast<uint16_t>(v));
     }
     return out;
-}
-
-void SetCurve(Dicom_Msg& m, int i, int dvr, unsigned short dims, unsigned short points,
-              const std::string& data) {
-    AddCurve(m, i);
-    Dicom_Tag t(0x5000, 0x0005);
-    Dicom_US d(dims), p(points), r(static_cast<unsigned short>(dvr));
-    Dicom_OB ob(const_cast<char*>(data.data()), static_cast<unsigned int>(data.size()), 1, nullptr);
-    EXPECT_EQ(m.Set(t.SetRepeatingGroup(i), &d), 0);
-    EXPECT_EQ(m.Set(Dicom_Tag(0x5000, 0x0010).SetRepeatingGroup(i), &p), 0);
-    EXPECT_EQ(m.Set(Dicom_Tag(0x5000, 0x0103).SetRepeatingGroup(i), &r), 0);
-    EXPECT_EQ(m.Set(Dicom_Tag(0x5000, 0x3000).SetRepeatingGroup(i), &ob), 0);
-}
-
-std::string CurveBytes(const Dicom_Msg& m, int i) {
-    const Dicom_Type* v = m.Get(Dicom_Tag(0x5000, 0x3000).SetRepeatingGroup(i));
-    return v ? std::string(reinterpret_cast<const char*>(v->GetData()), v->GetRawLen()) : "";
 }
 
 }  // namespace
@@ -405,8 +349,8 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         IOD_Msg m;
-        SetCurve(m, 0, c.dvr, 2, c.points, Points(c.dvr, c.values));
-        SetCurve(m, 1, 0, 2, 1, Points(0, {2, 2}));
+        AddCurve(m, 0, c.dvr, 2, c.points, Points(c.dvr, c.values));
+        AddCurve(m, 1, 0, 2, 1, Points(0, {2, 2}));
         if (!c.descriptor.empty()) m.SetCurveDataDescriptor_i(0, Dicom_US(c.descriptor));
         if (!c.startStep.empty()) {
             m.SetCoordinateStartValue_i(0, Dicom_US(c.startStep[0]));
@@ -414,13 +358,13 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
         }
         LogRecorder log(7);
         m.move_curves_by(0.5, 3);
-        EXPECT_EQ(CurveBytes(m, 0), Points(c.dvr, c.scaled));
+        EXPECT_EQ(CurveData(m, 0), Points(c.dvr, c.scaled));
         if (!c.startStep.empty()) {
             EXPECT_EQ(m.GetCoordinateStartValue_i(0), Dicom_US(c.scaledStartStep[0]));
             EXPECT_EQ(m.GetCoordinateStepValue_i(0), Dicom_US(c.scaledStartStep[1]));
         }
         // The next index is scaled, unless the level ended.
-        EXPECT_EQ(CurveBytes(m, 1),
+        EXPECT_EQ(CurveData(m, 1),
                   Points(0, c.dvr == 7 ? std::vector<double>{2, 2} : std::vector<double>{1, 6}));
         EXPECT_EQ(log.records.size(), c.level ? 1u : 0u);
         EXPECT_TRUE(c.level == 0 || Logged(log, c.level, "IOD_Msg::move_curves_by", c.log));
@@ -429,21 +373,19 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
 
 TEST(CurveScaling, LevelsOfAdditionalCurvesAndShortOrLongData) {
     IOD_Msg m;
-    SetCurve(m, 0, 0, 2, 2, Points(0, {2, 2}));         // counts 4 points, holds 2
-    SetCurve(m, 1, 1, 1, 1, Points(1, {-4, 9}) + "!");  // counts 1 point, holds 2 and a byte
-    SetCurve(m, 3, 0, 2, 1, Points(0, {2, 2}));         // after a gap: this level ends before it
-    Dicom_SQ more;
-    for (int k = 0; k < 2; ++k) {
-        Dicom_Msg* item = new Dicom_Msg();
-        SetCurve(*item, 0, 2, 2, 1, Points(2, {1, 1}));
-        more.AddItem(item);
-    }
-    ASSERT_EQ(m.Set(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE, &more), 0);
+    AddCurve(m, 0, 0, 2, 2, Points(0, {2, 2}));         // counts 4 points, holds 2
+    AddCurve(m, 1, 1, 1, 1, Points(1, {-4, 9}) + "!");  // counts 1 point, holds 2 and a byte
+    AddCurve(m, 3, 0, 2, 1, Points(0, {2, 2}));         // after a gap: this level ends before it
+    Dicom_Msg* first = AddNested(m, 2);                 // both items are levels of their own
+    Dicom_SQ* items = static_cast<Dicom_SQ*>(
+        m.Find(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE)->GetChangeableData());
+    for (int k = 0; k < 2; ++k) AddCurve(*items->GetItem(k), 0, 2, 2, 1, Points(2, {1, 1}));
+    AddCurve(*AddNested(*first), 0, 2, 2, 1, Points(2, {1, 1}));  // a level further down: not scaled
     m.move_curves_by(4, 0.5);
-    EXPECT_EQ(CurveBytes(m, 0), Points(0, {8, 1}));
-    EXPECT_EQ(CurveBytes(m, 1), Points(1, {-16, 9}) + "!");
-    EXPECT_EQ(CurveBytes(m, 3), Points(0, {2, 2}));
-    const Dicom_SQ* sq =
-        static_cast<const Dicom_SQ*>(m.Get(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE));
-    for (int k = 0; k < 2; ++k) EXPECT_EQ(CurveBytes(*sq->GetItem(k), 0), Points(2, {4, 0.5}));
+    EXPECT_EQ(CurveData(m, 0), Points(0, {8, 1}));
+    EXPECT_EQ(CurveData(m, 1), Points(1, {-16, 9}) + "!");
+    EXPECT_EQ(CurveData(m, 3), Points(0, {2, 2}));
+    for (int k = 0; k < 2; ++k) EXPECT_EQ(CurveData(*items->GetItem(k), 0), Points(2, {4, 0.5}));
+    const Dicom_Type* deeper = first->Get(Dicom_Dictionary::KOVEL_ADDITIONAL_CURVES_SEQUENCE);
+    EXPECT_EQ(CurveData(*static_cast<const Dicom_SQ*>(deeper)->GetItem(0), 0), Points(2, {1, 1}));
 }

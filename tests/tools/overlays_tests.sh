@@ -3,7 +3,7 @@
 # The input is written by DCMTK's dump2dcm (the independent writer, beside dcmdump) in explicit
 # little endian, big endian and implicit VR; dcmdump must read every file that we write.
 set -u
-group=$1 iodtool=$2 dcmdump=$3 work=$4
+group=$1 iodtool=$(realpath "$2") dcmdump=$3 work=$4
 dump2dcm="$(dirname "$(command -v "$dcmdump")")/dump2dcm"
 
 failures=0
@@ -19,8 +19,8 @@ rm -rf "$work"
 mkdir -p "$work"
 
 # Overlays 0 (text "LEFT"), 1 (graphic), 2 (text "RIGHT", type R); curves SS and FD (with a
-# descriptor) and two nested levels of additional curves; shutters, displayed areas (standard
-# and private) and a graphic annotation with an anchor point in pixels.
+# descriptor) and two nested levels of additional curves; shutters, a displayed area and a
+# graphic annotation with an anchor point in pixels.
 cat >"$work/in.txt" <<'EOF'
 (0008,0016) UI =SecondaryCaptureImageStorage
 (0008,0018) UI [1.2.3.4.5.6.7.8.9]
@@ -50,12 +50,6 @@ cat >"$work/in.txt" <<'EOF'
     (5000,0020) CS [POLY]
     (5000,0103) US 0
     (5000,3000) OW 000a\0014\001e\0028
-  (fffe,e00d) na (ItemDelimitationItem)
-(fffe,e0dd) na (SequenceDelimitationItem)
-(0029,1037) SQ (Sequence with explicit length #=1)
-  (fffe,e000) na (Item with explicit length #=2)
-    (0070,0052) SL 1\1
-    (0070,0053) SL 512\256
   (fffe,e00d) na (ItemDelimitationItem)
 (fffe,e0dd) na (SequenceDelimitationItem)
 (0070,0001) SQ (Sequence with explicit length #=1)
@@ -154,14 +148,11 @@ Additional curves item 1.1: 1
   index 0  group 5000  type ROI  dimensions 2  points 1  data FL
 EOF
     done
-    run usage-none "$iodtool" overlays
-    expect_rc usage-none 2
-    run usage-two-changes "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --clear --remove-texts
-    expect_rc usage-two-changes 2
-    run usage-index "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --remove 128
-    expect_rc usage-index 2
-    run usage-no-out "$iodtool" overlays "$work/in-te.dcm" --clear
-    expect_rc usage-no-out 2
+    for args in "" "in-te.dcm x.dcm --clear --remove-texts" "in-te.dcm x.dcm --remove 128" "in-te.dcm --clear"; do
+        (cd "$work" && "$iodtool" overlays $args >/dev/null 2>&1)
+        rc=$?
+        [ "$rc" -eq 2 ] || fail "overlays $args: exit code $rc, expected 2"
+    done
     head -c $(($(stat -c %s "$work/in-te.dcm") - 3)) "$work/in-te.dcm" >"$work/truncated.dcm"
     run truncated "$iodtool" overlays "$work/truncated.dcm" "$work/x.dcm" --clear
     expect_rc truncated 1
@@ -218,17 +209,16 @@ scale)
         '^        \(5000,3000\) OB 00\\00\\80\\3f\\00\\00\\00\\40$'; do
         grep -Eq "$expected" "$work/scale-te.dcm.txt" || fail "scale: no line /$expected/ in the output"
     done
-    [ "$(grep -c '^    (0070,0053) SL 1024\\128$' "$work/scale-te.dcm.txt")" -eq 2 ] ||
-        fail "scale: standard and private displayed areas not both scaled"
     # Our dump of the implicit VR output shows the same values as the explicit one.
     "$iodtool" dump --no-meta --max-length 0 "$work/scale-te.dcm" | sed 's/ *#.*//; s/^\(.*([0-9a-f,]*)\) ../\1/' >"$work/ours-te.txt"
     "$iodtool" dump --no-meta --max-length 0 "$work/scale-ti.dcm" | sed 's/ *#.*//; s/^\(.*([0-9a-f,]*)\) ../\1/' >"$work/ours-ti.txt"
     diff <(grep -v '^#' "$work/ours-te.txt" | grep -v '^(6004,3000)') <(grep -v '^#' "$work/ours-ti.txt" | grep -v '^(6004,3000)') \
         >"$work/te-ti.diff" || { fail "scale: implicit VR output differs"; head -10 "$work/te-ti.diff"; }
-    run bad-factor "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 0 1
-    expect_rc bad-factor 2
-    run bad-factor2 "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 inf
-    expect_rc bad-factor2 2
+    for factors in "0 1" "1 inf" "1 x"; do
+        "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" $factors >/dev/null 2>&1
+        rc=$?
+        [ "$rc" -eq 2 ] || fail "scale $factors: exit code $rc, expected 2"
+    done
     [ -e "$work/x.dcm" ] && fail "a file was written for bad factors"
     ;;
 data)
