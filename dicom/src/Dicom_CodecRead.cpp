@@ -24,9 +24,13 @@ constexpr uint32_t kPixelDataKey = 0x7FE00010u;
 
 // VR of an element read in implicit VR: from the dictionary (private elements through their
 // creator); group lengths UL, private creators LO, unknown UN. Ambiguous dictionary entries:
-// US/SS by the pixel representation seen so far (SS when 1), any pair with OW gives OW.
+// US/SS by the pixel representation seen so far (SS when 1), any pair with OW gives OW, except
+// Curve Data (50xx,3000): OB, a string of points whose type its group names (Data Value
+// Representation), as the implicit VR syntax defines it and as common toolkits read it. Overlay
+// Data (60xx,3000) is OW.
 Dicom_VR ImplicitVR(const Dicom_Tag& tag, int pixelRepresentation) {
     if (tag.GetElement() == 0x0000) return Dicom_VR::UL;
+    if ((tag.GetGroup() & 0xFF01) == 0x5000 && tag.GetElement() == 0x3000) return Dicom_VR::OB;
     if (tag.IsPrivate() && !tag.HasImplementor() && tag.GetElement() >= 0x0010 && tag.GetElement() <= 0x00FF)
         return Dicom_VR::LO;
     if (tag.IsPrivate() && !tag.HasImplementor()) return Dicom_VR::UN;  // private data without a creator

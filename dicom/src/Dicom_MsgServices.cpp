@@ -7,6 +7,8 @@
 #include <Dicom/Dicom_SQ.h>
 
 #include <cstring>
+#include <initializer_list>
+#include <limits>
 #include <vector>
 
 #include "Dicom_Charset.h"
@@ -125,45 +127,91 @@ void Dicom_Msg::RemoveOverlaysAndCurves() {
     for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) Remove(*it);
 }
 
+namespace {
+
+// A double as single precision; out of range: infinite of its sign (not undefined behaviour).
+float ToFloat(double d) {
+    if (d > std::numeric_limits<float>::max()) return std::numeric_limits<float>::infinity();
+    if (d < -std::numeric_limits<float>::max()) return -std::numeric_limits<float>::infinity();
+    return static_cast<float>(d);
+}
+
+// Scales (column, row) pairs of an FL value in place: columns by x, rows by y. An owned copy is
+// written (the value may point into a caller's buffer); a trailing odd value is kept as it is.
+int ScalePointPairs(Dicom_Type& v, double x, double y) {
+    if (v.GetVR() != Dicom_VR::FL || v.GetRawLen() < 8) return 0;
+    std::vector<unsigned char> bytes(v.GetData(), v.GetData() + v.GetRawLen());
+    for (size_t k = 0; k + 8 <= bytes.size(); k += 8) {
+        float c, r;
+        std::memcpy(&c, &bytes[k], 4);
+        std::memcpy(&r, &bytes[k + 4], 4);
+        c = ToFloat(c * x);
+        r = ToFloat(r * y);
+        std::memcpy(&bytes[k], &c, 4);
+        std::memcpy(&bytes[k + 4], &r, 4);
+    }
+    return v.SetRaw(bytes.data(), static_cast<uint32_t>(bytes.size()));
+}
+
+// True when the units attribute `units` of `object` says DISPLAY: such coordinates are fractions
+// of the displayed area, which does not change when the image is resampled.
+bool InDisplayUnits(const Dicom_Msg& object, const Dicom_Tag& units) {
+    const Dicom_Type* u = object.Get(units);
+    return u && u->GetVR() == Dicom_VR::CS && u->GetTextValue(0) == "DISPLAY";
+}
+
+// Scales the points of `object` listed in `points` unless `units` says DISPLAY.
+int ScaleObject(Dicom_Msg& object, const Dicom_Tag& units, std::initializer_list<Dicom_Tag> points, double x,
+                double y) {
+    if (InDisplayUnits(object, units)) return 0;
+    int result = 0;
+    for (const Dicom_Tag& t : points) {
+        Dicom_ME* me = object.Find(t, false);
+        Dicom_Type* v = me ? me->GetChangeableData() : nullptr;
+        if (v && ScalePointPairs(*v, x, y) != 0) result = -1;
+    }
+    return result;
+}
+
+// The items of the sequence under `tag` in `msg` (none when it is absent or not a sequence).
+const Dicom_SQ* ItemsOf(const Dicom_Msg& msg, const Dicom_Tag& tag) {
+    const Dicom_ME* me = msg.Find(tag, false);
+    const Dicom_Type* v = me ? me->GetData() : nullptr;
+    return v && v->GetVR() == Dicom_VR::SQ ? static_cast<const Dicom_SQ*>(v) : nullptr;
+}
+
+}  // namespace
+
+// This message is one item of a Graphic Annotation Sequence (0070,0001). Scaled, columns by x
+// and rows by y, in the units each attribute is given in: PIXEL (image pixels) and MATRIX
+// (pixels of the total pixel matrix) are scaled; DISPLAY (fractions of the displayed area) is
+// left as it is. A missing units attribute counts as PIXEL.
+//  - Text Object Sequence (0070,0008): Bounding Box Top Left and Bottom Right Hand Corners
+//    (0070,0010), (0070,0011) in Bounding Box Annotation Units (0070,0003); Anchor Point
+//    (0070,0014) in Anchor Point Annotation Units (0070,0004);
+//  - Graphic Object Sequence (0070,0009): Graphic Data (0070,0022) in Graphic Annotation Units
+//    (0070,0005).
 int Dicom_Msg::MoveTextObjectSeqBy(double x, double y) {
-    const Dicom_Tag annotation(0x0070, 0x0001), textObjects(0x0070, 0x0008);
-    const Dicom_Tag points[] = {Dicom_Tag(0x0070, 0x0010), Dicom_Tag(0x0070, 0x0011),
-                                Dicom_Tag(0x0070, 0x0014)};
-    const Dicom_ME* shown = Find(annotation, false);
-    if (!shown || !shown->GetData() || shown->GetData()->GetVR() != Dicom_VR::SQ) return 0;
-    Dicom_ME* seq = FindChangeable(annotation);
-    if (!seq || !seq->GetData()) return -1;
-    const Dicom_SQ* annotations = static_cast<const Dicom_SQ*>(seq->GetData());
-    for (int i = 0; i < annotations->GetNItems(); ++i) {
-        Dicom_Msg* item = annotations->GetItem(i);
-        if (!item) continue;
-        Dicom_ME* texts = item->Find(textObjects, false);
-        if (!texts || !texts->GetData() || texts->GetData()->GetVR() != Dicom_VR::SQ) continue;
-        const Dicom_SQ* objects = static_cast<const Dicom_SQ*>(texts->GetData());
-        for (int j = 0; j < objects->GetNItems(); ++j) {
-            Dicom_Msg* object = objects->GetItem(j);
-            if (!object) continue;
-            for (const Dicom_Tag& t : points) {
-                Dicom_ME* me = object->Find(t, false);
-                Dicom_Type* v = me ? me->GetChangeableData() : nullptr;
-                if (!v || v->GetVR() != Dicom_VR::FL || v->GetRawLen() < 8) continue;
-                // (column, row) pairs; written into an owned copy (the value may point into a
-                // caller's buffer).
-                std::vector<unsigned char> bytes(v->GetData(), v->GetData() + v->GetRawLen());
-                for (size_t k = 0; k + 8 <= bytes.size(); k += 8) {
-                    float c, r;
-                    std::memcpy(&c, &bytes[k], 4);
-                    std::memcpy(&r, &bytes[k + 4], 4);
-                    c = static_cast<float>(c * x);
-                    r = static_cast<float>(r * y);
-                    std::memcpy(&bytes[k], &c, 4);
-                    std::memcpy(&bytes[k + 4], &r, 4);
-                }
-                if (v->SetRaw(bytes.data(), static_cast<uint32_t>(bytes.size())) != 0) return -1;
-            }
+    int result = 0;
+    if (const Dicom_SQ* texts = ItemsOf(*this, Dicom_Tag(0x0070, 0x0008))) {
+        for (int j = 0; j < texts->GetNItems(); ++j) {
+            Dicom_Msg* text = texts->GetItem(j);
+            if (!text) continue;
+            if (ScaleObject(*text, Dicom_Tag(0x0070, 0x0003),
+                            {Dicom_Tag(0x0070, 0x0010), Dicom_Tag(0x0070, 0x0011)}, x, y) != 0 ||
+                ScaleObject(*text, Dicom_Tag(0x0070, 0x0004), {Dicom_Tag(0x0070, 0x0014)}, x, y) != 0)
+                result = -1;
         }
     }
-    return 0;
+    if (const Dicom_SQ* graphics = ItemsOf(*this, Dicom_Tag(0x0070, 0x0009))) {
+        for (int j = 0; j < graphics->GetNItems(); ++j) {
+            Dicom_Msg* graphic = graphics->GetItem(j);
+            if (graphic &&
+                ScaleObject(*graphic, Dicom_Tag(0x0070, 0x0005), {Dicom_Tag(0x0070, 0x0022)}, x, y) != 0)
+                result = -1;
+        }
+    }
+    return result;
 }
 
 int Dicom_Msg::Update(const Dicom_Msg& source, bool removeEmpty, bool recursive) {

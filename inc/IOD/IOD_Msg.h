@@ -193,6 +193,7 @@ public:
     // Removes the elements of one index of the family `group` (0x6000 or 0x5000).
     void RemoveGroupIndex(int missing_index, unsigned short group);
     // Renumbers the indexes above `missing_index` down by one (after RemoveGroupIndex).
+    // Both change nothing for an index outside 0..127 or another family (logged at level 3).
     void UpdateGroupIndex(int missing_index, unsigned short group);
     // 1 when a graphic overlay (of that Overlay Type) exists, else 0.
     int CheckOverlayExistence(const Dicom_CS* type) const;
@@ -204,7 +205,8 @@ public:
     // Removes every text overlay and closes the gaps.
     void RemoveOverlayTexts();
 
-    // --- scaling presentation objects with the image (horizontal factor first) ---
+    // --- scaling presentation objects with the image (horizontal factor first; see
+    // docs/overlays.md for what each scales and how it rounds) ---
     void MoveShutterBy(double x, double y);
     void MoveDisplayAreaSeqBy(double x, double y);
     void MoveGraphicAnnotationSeqBy(double x, double y);

@@ -1,9 +1,8 @@
 // The element store of a message: emptiness and null constants, unlinking without copying,
 // deep copies (copy constructor, assignment, Clone, trusted buffers), and the services that
-// change a message (Update, CopyAttributes, MoveTextObjectSeqBy, policies).
+// change a message (Update, CopyAttributes, policies).
 #include <Dicom/Dicom_CS.h>
 #include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_FL.h>
 #include <Dicom/Dicom_LO.h>
 #include <Dicom/Dicom_Msg.h>
 #include <Dicom/Dicom_OB.h>
@@ -344,7 +343,7 @@ TEST(MsgStore, QueriesOverElementsAndItems) {
     EXPECT_NE(xml.find("CODE"), std::string::npos);
 }
 
-TEST(MsgStore, UpdateCopyAttributesAndAnnotationScaling) {
+TEST(MsgStore, UpdateAndCopyAttributes) {
     Dicom_Msg target, source;
     Dicom_SH a("A"), b("B"), empty;
     ASSERT_EQ(target.Set(Dicom_Tag(0x0008, 0x0050), &a), 0);
@@ -390,38 +389,6 @@ TEST(MsgStore, UpdateCopyAttributesAndAnnotationScaling) {
     EXPECT_EQ(target.CopyAttributes(copyTarget, wanted), 0);
     EXPECT_EQ(copyTarget.GetNElements(), 1);
     EXPECT_EQ(Raw(copyTarget.Get(Dicom_Tag(0x0008, 0x0050))), "B");
-
-    // Text objects: bounding boxes and anchor points scaled, columns by x, rows by y.
-    Dicom_Msg pr;
-    {
-        Dicom_Msg* text = new Dicom_Msg();
-        Dicom_FL tl(std::vector<float>{10.0f, 20.0f}), br(std::vector<float>{30.0f, 40.0f}),
-            anchor(std::vector<float>{5.0f, 6.0f});
-        text->Set(Dicom_Tag(0x0070, 0x0010), &tl);
-        text->Set(Dicom_Tag(0x0070, 0x0011), &br);
-        text->Set(Dicom_Tag(0x0070, 0x0014), &anchor);
-        Dicom_SQ texts;
-        texts.AddItem(text);
-        Dicom_Msg* annotation = new Dicom_Msg();
-        annotation->Set(Dicom_Tag(0x0070, 0x0008), &texts);
-        Dicom_SQ annotations;
-        annotations.AddItem(annotation);
-        pr.Set(Dicom_Tag(0x0070, 0x0001), &annotations);
-    }
-    ASSERT_EQ(pr.MoveTextObjectSeqBy(2.0, 0.5), 0);
-    Dicom_Msg* ann = Dicom_Helper(pr).GetSequenceMsg(Dicom_Tag(0x0070, 0x0001), 0);
-    ASSERT_NE(ann, nullptr);
-    Dicom_Msg* obj = Dicom_Helper(*ann).GetSequenceMsg(Dicom_Tag(0x0070, 0x0008), 0);
-    ASSERT_NE(obj, nullptr);
-    auto pair = [&](unsigned short e) {
-        const Dicom_FL* v = static_cast<const Dicom_FL*>(obj->Get(Dicom_Tag(0x0070, e)));
-        return std::make_pair(v->Get(0), v->Get(1));
-    };
-    EXPECT_EQ(pair(0x0010), std::make_pair(20.0f, 10.0f));
-    EXPECT_EQ(pair(0x0011), std::make_pair(60.0f, 20.0f));
-    EXPECT_EQ(pair(0x0014), std::make_pair(10.0f, 3.0f));
-    Dicom_Msg none;
-    EXPECT_EQ(none.MoveTextObjectSeqBy(2.0, 2.0), 0);
 }
 
 TEST(MsgStore, DuplicateTagsFollowThePolicy) {

@@ -53,6 +53,22 @@ Original MakeOriginal() {
     m.Set(Dicom_Tag(0x0029, 0x1017), &theirs);
     m.SetImageLabel(Dicom_SH("label"));  // QUORVEX1: block 11
     m.SetAcquisitionLength(Dicom_DS("12.5"));
+    // Presentation objects that the scaling operations change inside sequence items.
+    Dicom_Sequence objects, annotations, area;
+    objects.Append(new Dicom_Msg());
+    Dicom_FL corner(std::vector<float>{10.f, 20.f});
+    objects.Get(0)->Set(Dicom_Tag(0x0070, 0x0010), &corner);
+    annotations.Append(new Dicom_Msg());
+    Dicom_SQ textObjects(objects);
+    annotations.Get(0)->Set(Dicom_Tag(0x0070, 0x0008), &textObjects);
+    Dicom_SQ annotationSq(annotations);
+    m.Set(Dicom_Tag(0x0070, 0x0001), &annotationSq);
+    area.Append(new Dicom_Msg());
+    Dicom_SL topLeft(std::vector<int>{1, 2}), bottomRight(std::vector<int>{100, 200});
+    area.Get(0)->Set(Dicom_Tag(0x0070, 0x0052), &topLeft);
+    area.Get(0)->Set(Dicom_Tag(0x0070, 0x0053), &bottomRight);
+    Dicom_SQ areaSq(area);
+    m.Set(Dicom_Tag(0x0070, 0x005A), &areaSq);
     unsigned char pixels[32] = {1, 2, 3};
     m.SetPixelData(Dicom_OW(pixels, sizeof pixels, 1, nullptr));
     Original o;
@@ -83,6 +99,8 @@ TEST(IODComplex, SequencesOfChangesLeaveTheOriginalAndMatchARealMessage) {
          }},
         {"private removals", [](IOD_Msg& m) { m.RemoveImageLabel(), m.RemoveAcquisitionLength(); }},
         {"text beyond the character set", [](IOD_Msg& m) { m.SetStudyDescription(Dicom_LO(L"山田")); }},
+        {"presentation objects scaled inside sequence items",
+         [](IOD_Msg& m) { m.MoveGraphicAnnotationSeqBy(2, 3), m.MoveDisplayAreaSeqBy(2, 3); }},
         {"AddOrReplace over the original",
          [](IOD_Msg& m) {
              Dicom_SH v("A-4");

@@ -147,8 +147,15 @@ public:
     // `removeEmpty`, elements of `source` with an empty value remove the element here instead;
     // with `recursive`, sequences present in both are updated item by item.
     int Update(const Dicom_Msg& source, bool removeEmpty = false, bool recursive = false);
-    // Scales the bounding boxes and anchor points of the text objects of the annotation items
-    // (Graphic Annotation Sequence, Text Object Sequence): columns by x, rows by y.
+    // Called on one item of a Graphic Annotation Sequence (0070,0001): scales its annotations,
+    // columns by x and rows by y, in the units each is given in (PIXEL and MATRIX coordinates
+    // are scaled, DISPLAY ones, fractions of the displayed area, are not; no units: PIXEL):
+    //  - the text objects (0070,0008): bounding box corners (0070,0010), (0070,0011) in the
+    //    bounding box units (0070,0003), anchor point (0070,0014) in the anchor point units
+    //    (0070,0004);
+    //  - the graphic objects (0070,0009): graphic data (0070,0022) in the graphic units (0070,0005).
+    // FL values only; an item without these sequences is left alone. 0, or -1 when a value
+    // could not be rewritten.
     int MoveTextObjectSeqBy(double x, double y);
     // Removes every element of the curve (50xx) and overlay (60xx) groups.
     void RemoveOverlaysAndCurves();
