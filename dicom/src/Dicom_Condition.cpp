@@ -26,7 +26,7 @@ struct CompiledRule {
     bool usable = false;
     RWCString tag;
     bool hasTag = false;
-    std::vector<Dicom_Tag> source;  // the path to the attribute; empty: no source
+    std::vector<std::vector<Dicom_Tag>> sources;  // the path to each attribute read; empty: no source
     std::optional<std::regex> pattern;
     std::string value = "$&";
     std::optional<std::string> fallback;  // "default"
@@ -46,23 +46,34 @@ std::string Compile(const CFG_SubTree& rule, CompiledRule& out) {
 
     RWCString text;
     if (rule.GetValue("source", text)) {
-        const std::string_view path = text.view();
-        size_t start = 0;
+        const std::string_view sources = text.view();
+        size_t from = 0;
         while (true) {
-            const size_t slash = path.find('/', start);
-            const std::string name(
-                path.substr(start, slash == std::string_view::npos ? slash : slash - start));
-            const Dicom_Tag tag = Dicom_Dictionary::Construct_Tag(name.c_str());
-            if (tag == Dicom_Tag::ILLEGAL_TAG) return "its source '" + text.str() + "' names no attribute";
-            if (slash != std::string_view::npos) {
-                const Dicom_VR vr = Dicom_Dictionary::FindVR(tag);
-                if (vr != Dicom_VR::NONE && vr != Dicom_VR::SQ && vr != Dicom_VR::UN)
-                    return "its source '" + text.str() + "' reads through '" + name +
-                           "', which is not a sequence";
+            const size_t plus = sources.find('+', from);
+            const std::string_view one =
+                sources.substr(from, plus == std::string_view::npos ? plus : plus - from);
+            std::vector<Dicom_Tag> path;
+            size_t start = 0;
+            while (true) {
+                const size_t slash = one.find('/', start);
+                const std::string name(
+                    one.substr(start, slash == std::string_view::npos ? slash : slash - start));
+                const Dicom_Tag tag = Dicom_Dictionary::Construct_Tag(name.c_str());
+                if (tag == Dicom_Tag::ILLEGAL_TAG)
+                    return "its source '" + text.str() + "' names no attribute";
+                if (slash != std::string_view::npos) {
+                    const Dicom_VR vr = Dicom_Dictionary::FindVR(tag);
+                    if (vr != Dicom_VR::NONE && vr != Dicom_VR::SQ && vr != Dicom_VR::UN)
+                        return "its source '" + text.str() + "' reads through '" + name +
+                               "', which is not a sequence";
+                }
+                path.push_back(tag);
+                if (slash == std::string_view::npos) break;
+                start = slash + 1;
             }
-            out.source.push_back(tag);
-            if (slash == std::string_view::npos) break;
-            start = slash + 1;
+            out.sources.push_back(std::move(path));
+            if (plus == std::string_view::npos) break;
+            from = plus + 1;
         }
     }
     if (rule.GetValue("pattern", text)) {
@@ -176,10 +187,18 @@ bool Dicom_Condition::GetParsingsTagValue(const Dicom_Msg* msg, CFG_SubTree* rul
     if (compiled->hasTag) tagName = compiled->tag;
     if (!compiled->usable) return false;
 
+    // The texts of the sources, joined by blanks; empty when every one is absent or empty.
     std::string text;
-    if (!compiled->source.empty()) {
-        if (const Dicom_Type* v = Find(*msg, compiled->source)) text = ValueText(*v);
+    bool any = false;
+    for (size_t i = 0; i < compiled->sources.size(); ++i) {
+        if (i > 0) text += ' ';
+        if (const Dicom_Type* v = Find(*msg, compiled->sources[i])) {
+            const std::string one = ValueText(*v);
+            any = any || !one.empty();
+            text += one;
+        }
     }
+    if (!any) text.clear();
     std::optional<std::string> produced;
     if (!text.empty()) {
         if (!compiled->pattern) {

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 #include <string>
 
 // Collects the failed checks of a child; Finish ends the child with status 0 when none failed.
@@ -16,10 +15,9 @@ public:
     template <class A, class B>
     void Equal(const A& actual, const B& expected, const char* what, int line) {
         if (actual == expected) return;
-        std::ostringstream text;
-        text << "line " << line << ": " << what << ": got [" << actual << "], expected [" << expected
-             << "]\n";
-        report_ += text.str();
+        report_ += "line " + std::to_string(line) + ": " + what + ": got " +
+                   ::testing::PrintToString(actual) + ", expected " + ::testing::PrintToString(expected) +
+                   "\n";
     }
     void True(bool condition, const char* what, int line) {
         if (!condition) report_ += "line " + std::to_string(line) + ": " + what + " is false\n";
@@ -37,15 +35,17 @@ private:
 #define CHILD_EQ(checks, actual, expected) (checks).Equal((actual), (expected), #actual, __LINE__)
 #define CHILD_TRUE(checks, condition) (checks).True((condition), #condition, __LINE__)
 
-// Runs `body(ChildChecks&)` in a child process.
-#define RUN_IN_CHILD(body)                        \
-    do {                                          \
-        GTEST_FLAG_SET(death_test_style, "fast"); \
-        EXPECT_EXIT(                              \
-            {                                     \
-                ChildChecks childChecks;          \
-                body(childChecks);                \
-                childChecks.Finish();             \
-            },                                    \
-            ::testing::ExitedWithCode(0), "");    \
-    } while (0)
+template <class Body>
+[[noreturn]] void RunChildBody(const Body& body) {
+    ChildChecks checks;
+    body(checks);
+    checks.Finish();
+}
+
+// Runs `body(ChildChecks&)` in a forked child process; the test fails with the child's report
+// unless the child ends with status 0.
+template <class Body>
+void RunInChild(const Body& body) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    EXPECT_EXIT(RunChildBody(body), ::testing::ExitedWithCode(0), "");
+}

@@ -64,6 +64,13 @@ TEST_F(ConditionTest, EachMemberOfARule) {
         {R"j({"tag": "T", "source": "KOVEL_IS_MG"})j", "Y"},
         {R"j({"tag": "T", "source": "ViewCodeSequence/CodeMeaning"})j", "medio-lateral oblique"},
         {R"j({"tag": "T", "source": "VIEW_CODE_SEQUENCE/(0008,0104)"})j", "medio-lateral oblique"},
+        // several sources, joined by blanks; an absent one leaves its place empty
+        {R"j({"tag": "T", "source": "ImageLaterality+ViewPosition", "pattern": "^R (CC|MLO)$"})j", "R MLO"},
+        {R"j({"tag": "T", "source": "Laterality+ViewPosition+Modality"})j", " MLO MG"},
+        {R"j({"tag": "T", "source": "Laterality+ViewModifierCodeSequence/CodeValue", "default": "none"})j",
+         "none"},
+        {R"j({"tag": "T", "source": "ViewPosition+ViewCodeSequence/CodeMeaning"})j",
+         "MLO medio-lateral oblique"},
         // values without padding, joined by backslashes; numbers as text
         {R"j({"tag": "T", "source": "PatientOrientation"})j", "A\\FR"},
         {R"j({"tag": "T", "source": "Rows"})j", "512"},
@@ -122,6 +129,8 @@ TEST_F(ConditionTest, MalformedRulesProduceNothingAndAreReportedOnce) {
          "Parsing rule 'rule' is not used: its source 'Modalty' names no attribute"},
         {R"j({"tag": "T", "source": "ViewCodeSequence//CodeMeaning"})j", "T",
          "Parsing rule 'rule' is not used: its source 'ViewCodeSequence//CodeMeaning' names no attribute"},
+        {R"j({"tag": "T", "source": "Modality+"})j", "T",
+         "Parsing rule 'rule' is not used: its source 'Modality+' names no attribute"},
         {R"j({"tag": "T", "source": "Modality/CodeMeaning"})j", "T",
          "Parsing rule 'rule' is not used: its source 'Modality/CodeMeaning' reads through 'Modality', which "
          "is "

@@ -200,7 +200,7 @@ struct LevelSink {
 };
 
 TEST(ConfigFactory, WithoutIodConfigThereIsNoRepository) {
-    RUN_IN_CHILD([](ChildChecks& checks) {
+    RunInChild([](ChildChecks& checks) {
         LevelSink sink;
         ::unsetenv("IOD_CONFIG");
         CHILD_TRUE(checks, CFG_Factory::GetRepositoryServices() == nullptr);
@@ -210,7 +210,7 @@ TEST(ConfigFactory, WithoutIodConfigThereIsNoRepository) {
         CHILD_TRUE(checks, CFG_Factory::GetRepositoryServices() == nullptr);
         CHILD_EQ(checks, sink.records.size(), 0u);
     });
-    RUN_IN_CHILD([](ChildChecks& checks) {
+    RunInChild([](ChildChecks& checks) {
         LevelSink sink;
         ::setenv("IOD_CONFIG", "", 1);
         CHILD_TRUE(checks, CFG_Factory::GetRepositoryServices() == nullptr);
@@ -219,7 +219,7 @@ TEST(ConfigFactory, WithoutIodConfigThereIsNoRepository) {
 }
 
 TEST(ConfigFactory, LoadsTheFileOnce) {
-    RUN_IN_CHILD([](ChildChecks& checks) {
+    RunInChild([](ChildChecks& checks) {
         LevelSink sink;
         const std::string file = TempFile("once.json", R"j({"lumivest": {"system": {"k": 1}}})j");
         ::setenv("IOD_CONFIG", file.c_str(), 1);
@@ -245,7 +245,7 @@ TEST(ConfigFactory, BadFileLeavesNoRepositoryAndOneLevel3Record) {
               "string literal; expected ':'"},
              {"", "cannot be opened: No such file or directory"},
          }) {
-        RUN_IN_CHILD([&c](ChildChecks& checks) {
+        RunInChild([&c](ChildChecks& checks) {
             LevelSink sink;
             std::string file = ::testing::TempDir() + "cfg_absent_" + std::to_string(::getpid()) + ".json";
             if (!c.content.empty()) file = TempFile("bad.json", c.content);

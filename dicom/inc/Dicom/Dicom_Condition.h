@@ -6,14 +6,17 @@
 //   "source"   the attribute read from the message: a keyword ("Modality"), an upper-case
 //              dictionary name ("VIEW_POSITION", "KOVEL_IS_MG") or a tag ("(0018,5101)",
 //              "0018,5101"); "A/B/C" reads C in the first item of B in the first item of the
-//              sequence A ("ViewCodeSequence/CodeMeaning"). Without it the source is absent.
+//              sequence A ("ViewCodeSequence/CodeMeaning"). Several sources joined by '+'
+//              ("ImageLaterality+ViewPosition") read as their texts joined by one blank
+//              ("R MLO"; an absent one leaves its place empty: " MLO"). Without "source" the
+//              source is absent.
 //   "pattern"  an ECMAScript regular expression searched in the source's text (the values
 //              without padding, joined by '\\'); without it any non-empty value matches.
 //   "value"    the text produced on a match: "$1".."$9" stand for capture groups (empty when
 //              a group did not take part), "$&" for the whole match, "$$" for '$'. Default "$&"
 //              (without a pattern the whole text is the match).
-//   "default"  the text produced when the source is absent, empty or does not match; without
-//              it such a rule produces nothing.
+//   "default"  the text produced when the source is absent or empty (all of them, for several)
+//              or does not match; without it such a rule produces nothing.
 //   "comment"  ignored.
 // A rule is malformed when it has no "tag", its pattern does not compile, its source names no
 // attribute (or a path leads through an attribute that is not a sequence), or it has a member
