@@ -46,5 +46,5 @@ Dicom_LO Dicom_LO::GetEncoded() const {
         out[2 * i] = kHex[mac[i] >> 4];
         out[2 * i + 1] = kHex[mac[i] & 15];
     }
-    return Dicom_LO(out, 64, nullptr);
+    return Dicom_LO(static_cast<void*>(out), 64u, 1, nullptr);
 }

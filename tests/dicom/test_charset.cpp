@@ -94,7 +94,7 @@ TEST(CharsetDecoding, PersonNamesOfEveryRepertoire) {
         EXPECT_EQ(utf8, s.text) << s.file;
 
         // the same through a value and its wide-character form
-        Dicom_PN pn(s.bytes.data(), static_cast<int>(s.bytes.size()), nullptr);
+        Dicom_PN pn(s.bytes, nullptr);
         pn.SetCharset(cs);
         std::wstring wide;
         Dicom_Charset::ToWide(Dicom_Charset::UTF8Index(), s.text, std::strlen(s.text), wide);
@@ -120,25 +120,25 @@ TEST(CharsetEncoding, UnicodeEncodesBackToTheOriginalBytes) {
 TEST(CharsetDecoding, DelimitersInsideMultiByteCharactersAreData) {
     // 俑 is ESC $ B 0x50 0x5C in JIS X 0208, 乗 is 0x81 0x5C in GB18030: the 0x5C is no '\'
     const std::string jis = "\x1b$BP\\\x1b(B\\ABC";
-    Dicom_LO lo(jis.data(), static_cast<int>(jis.size()), nullptr);
+    Dicom_LO lo(jis, nullptr);
     lo.SetCharset(Index("\\ISO 2022 IR 87"));
     EXPECT_EQ(lo.GetVM(), 2);
     EXPECT_EQ(lo[1].ToString(), "ABC");
     EXPECT_STREQ(static_cast<wchar_t*>(lo), L"俑\\ABC");
 
     const std::string gb = "A\x81\\B\\C";
-    Dicom_SH sh(gb.data(), static_cast<int>(gb.size()), nullptr);
+    Dicom_SH sh(gb, nullptr);
     sh.SetCharset(Index("GB18030"));
     EXPECT_EQ(sh.GetVM(), 2);
     EXPECT_STREQ(static_cast<wchar_t*>(sh[0]), L"A乗B");
 
     // without the character set the same bytes are two values plus one
-    Dicom_SH plain(gb.data(), static_cast<int>(gb.size()), nullptr);
+    Dicom_SH plain(gb, nullptr);
     EXPECT_EQ(plain.GetVM(), 3);
 
     // person name components: '^' inside a JIS run (やまだ holds "$^") splits nothing
     const Sample& h31 = Samples()[6];
-    Dicom_PN pn(h31.bytes.data(), static_cast<int>(h31.bytes.size()), nullptr);
+    Dicom_PN pn(h31.bytes, nullptr);
     pn.SetCharset(Index(h31.charset));
     EXPECT_EQ(pn.GetInitials().ToString(), "Y^T");
 }

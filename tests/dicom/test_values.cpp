@@ -114,12 +114,28 @@ TEST(ValueValidation, InvalidTextIsKeptAndNullTextIsEmpty) {
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(none.IsEmpty());
 
-    // the (text, length) constructors take exactly `length` bytes
-    Dicom_LO lo("ABCDEF", 3, &status);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(lo.ToString(), "ABC");
-    Dicom_SH sh("XY", -1, &status);
-    EXPECT_TRUE(sh.IsEmpty());
+    // (text, int, status): the int is a copy flag, never a length; the whole text is kept
+    const char text[] = "Unknown";
+    for (int copy : {1, 0, 5, -1}) {
+        status = 99;
+        Dicom_LO lo(text, copy, &status);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(lo.ToString(), "Unknown") << copy;
+        EXPECT_EQ(lo.GetData() == reinterpret_cast<const unsigned char*>(text), copy == 0) << copy;
+    }
+    Dicom_SH sh("99SDM", 1, &status);
+    EXPECT_EQ(sh.ToString(), "99SDM");
+    EXPECT_EQ(Dicom_SH("99SDM", 1, nullptr), Dicom_SH("99SDM", nullptr));
+    Dicom_SH tooLong("SEVENTEEN_CHARS_X", 1, &status);  // kept whole, flagged by the status
+    EXPECT_EQ(status, -1);
+    EXPECT_EQ(tooLong.ToString(), "SEVENTEEN_CHARS_X");
+    EXPECT_TRUE(Dicom_SH(static_cast<const char*>(nullptr), 1, nullptr).IsEmpty());
+    // a copy of a value that points at the caller's text owns its bytes
+    std::string scratch = "ABC";
+    Dicom_CS pointing(scratch.c_str(), 0, nullptr);
+    const Dicom_CS owned(pointing);
+    scratch[0] = 'X';
+    EXPECT_EQ(owned.ToString(), "ABC");
 }
 
 TEST(NullConstants, AreEmptyAndEqualToEmptyValuesAndTheirCopies) {
@@ -141,7 +157,7 @@ TEST(NullConstants, AreEmptyAndEqualToEmptyValuesAndTheirCopies) {
     EXPECT_FALSE(Dicom_UI("1.2", nullptr) == UI_NULL);
 
     // padding alone is no value: an absent and an empty attribute fail a value test alike
-    EXPECT_TRUE(Dicom_UI("\0", 1, nullptr) == UI_NULL);
+    EXPECT_TRUE(Dicom_UI(std::string("\0", 1)) == UI_NULL);
     EXPECT_TRUE(Dicom_LO("  ", nullptr) == LO_NULL);
 
     // the kind query of each null constant

@@ -50,9 +50,16 @@ public:
     Dicom_StringValue(const char* text, int* status = nullptr) : Dicom_StringType(V) {  // NOLINT: implicit
         InitText(text, text ? std::strlen(text) : 0, status);
     }
-    // The first `length` bytes of `text` (negative or null text: empty).
-    Dicom_StringValue(const char* text, int length, int* status) : Dicom_StringType(V) {
-        InitText(text, text && length > 0 ? static_cast<size_t>(length) : 0, status);
+    // The whole NUL-terminated `text`; the `int` is a copy flag, not a length: non-zero keeps a
+    // copy of the text, zero points the value at the caller's text (which must then outlive the
+    // value), as the byte constructors do. Null text: an empty value.
+    Dicom_StringValue(const char* text, int copy, int* status) : Dicom_StringType(V) {
+        const size_t length = text ? std::strlen(text) : 0;
+        if (copy || length > 0xFFFFFFFEu) {
+            InitText(text, length, status);
+        } else {
+            InitBytes(const_cast<char*>(text), static_cast<unsigned int>(length), 0, status);
+        }
     }
     Dicom_StringValue(const std::string& text, int* status = nullptr) : Dicom_StringType(V) {  // NOLINT
         InitText(text.data(), text.size(), status);

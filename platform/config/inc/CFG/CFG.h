@@ -1,9 +1,15 @@
-// CFG/CFG.h: the configuration repository library (CFG), placeholder.
+// CFG/CFG.h: the configuration repository library (CFG), all of it.
 //
-// The IOD library reads one subtree of the configuration repository, the
-// parsing rules of the mammography tag update, through
-// CFG_Factory::GetRepositoryServices() and CFG_SubTree. Those classes are
-// not written yet: a later issue adds their headers to this directory
-// (include them as <CFG/...>) and sources to the iod_config target
-// (IOD::config), which is an interface library until then.
+//   CFG_RepositoryServices* services = CFG_Factory::GetRepositoryServices();   // null: none
+//   CFG_SubTree* rules = services ? services->GetSubTree("lumivest\\system\\...\\tag_parsing") : nullptr;
+//   RWTPtrOrderedVector<CFG_SubTree> children = rules->GetChildren("");        // document order
+//   RWCString tag;
+//   if (children[0]->GetValue("tag", tag)) ...;
+//
+// See CFG_Factory.h for where the repository comes from, CFG_RepositoryServices.h for paths and
+// CFG_SubTree.h for what a subtree holds.
 #pragma once
+
+#include <CFG/CFG_Factory.h>
+#include <CFG/CFG_RepositoryServices.h>
+#include <CFG/CFG_SubTree.h>

@@ -1,0 +1,9 @@
+// IOD_CTImage: constructors.
+#include <IOD/IOD_CTImage.h>
+
+#include "IOD_ClassSupport.h"
+
+IOD_DEFINE_CONSTRUCTORS(IOD_CTImage, IOD_Image)
+IOD_DEFINE_SYNTAX_CONSTRUCTOR(IOD_CTImage, IOD_Image)
+IOD_DEFINE_UID_CONSTRUCTOR(IOD_CTImage, IOD_Image)
+IOD_DEFINE_ASSIGNMENT(IOD_CTImage)

@@ -1,0 +1,9 @@
+// IOD_MRImage: constructors.
+#include <IOD/IOD_MRImage.h>
+
+#include "IOD_ClassSupport.h"
+
+IOD_DEFINE_CONSTRUCTORS(IOD_MRImage, IOD_Image)
+IOD_DEFINE_SYNTAX_CONSTRUCTOR(IOD_MRImage, IOD_Image)
+IOD_DEFINE_UID_CONSTRUCTOR(IOD_MRImage, IOD_Image)
+IOD_DEFINE_ASSIGNMENT(IOD_MRImage)
