@@ -157,6 +157,11 @@ ViewLabel ReadViewLabel(IOD_Msg& msg) {
 
 }  // namespace
 
+bool Dicom_Condition::GetParsingsTagValue(const IOD_Msg* msg, CFG_SubTree* rule, RWCString& tagName,
+                                          RWCString& value) {
+    return GetParsingsTagValue(static_cast<const Dicom_Msg*>(msg), rule, tagName, value);
+}
+
 Mutex IOD_TomosynthesisHelper::mutex;
 IOD_TomosynthesisHelper::TagParsingVector* IOD_TomosynthesisHelper::tag_parsing_vector = nullptr;
 std::atomic<bool> IOD_TomosynthesisHelper::tag_parsing_vector_ready{false};

@@ -129,7 +129,8 @@ TEST(Condition, MalformedRulesProduceNothingAndAreReportedOnce) {
     }
     RWCString tag, value;
     auto services = CFG_RepositoryServices::Parse(R"j({"rule": {"tag": "T", "default": "Y"}})j");
-    EXPECT_FALSE(Dicom_Condition::GetParsingsTagValue(nullptr, services->GetSubTree("rule"), tag, value));
+    EXPECT_FALSE(Dicom_Condition::GetParsingsTagValue(static_cast<const Dicom_Msg*>(nullptr),
+                                                      services->GetSubTree("rule"), tag, value));
     EXPECT_FALSE(Dicom_Condition::GetParsingsTagValue(&msg, nullptr, tag, value));
 }
 

@@ -36,6 +36,7 @@
 
 class CFG_SubTree;
 class Dicom_Msg;
+class IOD_Msg;
 
 class Dicom_Condition {
 public:
@@ -45,5 +46,9 @@ public:
     // rule's "tag" whenever the rule has one; true when the rule produced a value, which is then
     // in `value` (untouched otherwise). False for a null message or rule and a malformed rule.
     static bool GetParsingsTagValue(const Dicom_Msg* msg, CFG_SubTree* rule, RWCString& tagName,
+                                    RWCString& value);
+    // The same for a message of the IOD library, the form its mammography update calls. Defined
+    // by the IOD library (which knows IOD_Msg); it evaluates the rule on the message's data set.
+    static bool GetParsingsTagValue(const IOD_Msg* msg, CFG_SubTree* rule, RWCString& tagName,
                                     RWCString& value);
 };
