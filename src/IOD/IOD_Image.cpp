@@ -659,3 +659,463 @@ int IOD_Image::IsSlideCoordinatesModuleValid() const {
                       "IsSlideCoordinatesModuleValid: Z_OFFSET_IN_SLIDE_COORDINATE_SYSTEM is not found\n");
     return result;
 }
+
+// --- nuclear medicine modules ---
+// Each checks the type 1 and type 2 attributes of its module, the enumerated values and the
+// conditions that the data set itself decides (mostly value 3 of Image Type, the kind of NM
+// image); docs/validation.md lists them. Defects use the "File: ... Attribute:NAME not valid"
+// form; a code sequence that the helper rejects is reported by its short name. Attributes of
+// sequence items are read from the items; every loop is bounded by the data set.
+
+namespace {
+
+// The kinds of NM image (value 3 of Image Type) that each conditional module applies to.
+bool is_kind(const Dicom_CS& imageType, std::initializer_list<const Dicom_CS*> kinds) {
+    for (const Dicom_CS* kind : kinds) {
+        if (IOD_ValueIs(imageType, 2, *kind)) return true;
+    }
+    return false;
+}
+bool is_tomo(const Dicom_CS& t) {
+    return is_kind(
+        t, {&IOD_Image::TOMO, &IOD_Image::GATED_TOMO, &IOD_Image::RECON_TOMO, &IOD_Image::RECON_GATED_TOMO});
+}
+bool is_gated(const Dicom_CS& t) {
+    return is_kind(t, {&IOD_Image::GATED, &IOD_Image::GATED_TOMO, &IOD_Image::RECON_GATED_TOMO});
+}
+bool is_reconstruction(const Dicom_CS& t) {
+    return is_kind(t, {&IOD_Image::RECON_TOMO, &IOD_Image::RECON_GATED_TOMO});
+}
+bool is_dynamic(const Dicom_CS& t) { return is_kind(t, {&IOD_Image::DYNAMIC}); }
+
+// The sequence under `tag`, or null when it is absent or holds a value of another class.
+const Dicom_SQ* sequence_of(const Dicom_Msg& msg, const Dicom_Tag& tag) {
+    const Dicom_Type* value = msg.Get(tag);
+    return value != nullptr && value->GetVR() == Dicom_VR::SQ ? static_cast<const Dicom_SQ*>(value) : nullptr;
+}
+
+// A sequence with items whose count differs from the number that `countTag` states (when it
+// states one): the two must agree.
+bool count_disagrees(const Dicom_Msg& msg, const Dicom_SQ* sequence, const Dicom_Tag& countTag) {
+    if (sequence == nullptr || sequence->GetNItems() == 0) return false;
+    Dicom_US scratch;
+    const Dicom_US& count = IOD_ReadAs<Dicom_US>(msg, countTag, scratch);
+    return count != US_NULL && static_cast<int>(static_cast<unsigned short>(count)) != sequence->GetNItems();
+}
+
+// Value i of a text value is one of `terms`.
+bool is_one_of(const Dicom_Type& value, int i, std::initializer_list<const Dicom_CS*> terms) {
+    for (const Dicom_CS* term : terms) {
+        if (IOD_ValueIs(value, i, *term)) return true;
+    }
+    return false;
+}
+
+// The frame-index vectors that a Frame Increment Pointer may name, with their names.
+struct NMVector {
+    const Dicom_AT* pointer;
+    const char* name;
+};
+const NMVector kNMVectors[] = {
+    {&IOD_Image::ENERGY_WINDOW_VECTOR, "ENERGY_WINDOW_VECTOR"},
+    {&IOD_Image::DETECTOR_VECTOR, "DETECTOR_VECTOR"},
+    {&IOD_Image::PHASE_VECTOR, "PHASE_VECTOR"},
+    {&IOD_Image::ROTATION_VECTOR, "ROTATION_VECTOR"},
+    {&IOD_Image::R_R_INTERVAL_VECTOR, "R_R_INTERVAL_VECTOR"},
+    {&IOD_Image::TIME_SLOT_VECTOR, "TIME_SLOT_VECTOR"},
+    {&IOD_Image::SLICE_VECTOR, "SLICE_VECTOR"},
+    {&IOD_Image::ANGULAR_VIEW_VECTOR, "ANGULAR_VIEW_VECTOR"},
+    {&IOD_Image::TIME_SLICE_VECTOR, "TIME_SLICE_VECTOR"},
+};
+
+}  // namespace
+
+int IOD_Image::IsNMSeriesModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMSeriesModuleValid";
+    int result = 1;
+    // Patient orientation and gantry relationship (type 2); coded items are checked with the
+    // designator flag set.
+    Dicom_ME* orientation = Find(Dicom_Dictionary::PATIENT_ORIENTATION_CODE_SEQUENCE, false);
+    if (orientation == nullptr) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "PATIENT_ORIENTATION_CODE_SEQUENCE");
+        result = 0;
+    } else if (IsCodingValueOfSequenceValid(orientation, 1) == 0) {
+        IOD_CODE_SEQUENCE_DEFECT(kFunction, "PATIENT_ORIENTATION");
+        result = 0;
+    }
+    Dicom_ME* gantry = Find(Dicom_Dictionary::PATIENT_GANTRY_RELATIONSHIP_CODE_SEQUENCE, false);
+    if (gantry == nullptr) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "PATIENT_GANTRY_RELATIONSHIP_CODE_SEQUENCE");
+        result = 0;
+    } else if (IsCodingValueOfSequenceValid(gantry, 1) == 0) {
+        IOD_CODE_SEQUENCE_DEFECT(kFunction, "PATIENT_GANTRY_RELATIONSHIP");
+        result = 0;
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMImagePixelModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMImagePixelModuleValid";
+    int result = 1;
+    Dicom_US s1, s3, s4, s5;
+    const Dicom_US& samples = IOD_ReadAs<Dicom_US>(*this, Dicom_Dictionary::SAMPLES_PER_PIXEL, s1);
+    if (samples == US_NULL || static_cast<unsigned short>(samples) != 1) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "SAMPLES_PER_PIXEL");
+        result = 0;
+    }
+    Dicom_CS s2;
+    const Dicom_CS& photometric =
+        IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::PHOTOMETRIC_INTERPRETATION, s2);
+    if (photometric != MONOCHROME2 && photometric != PALETTE_COLOR) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "PHOTOMETRIC_INTERPRETATION");
+        result = 0;
+    }
+    const Dicom_US& allocated = IOD_ReadAs<Dicom_US>(*this, Dicom_Dictionary::BITS_ALLOCATED, s3);
+    const auto bitsAllocated = static_cast<unsigned short>(allocated);
+    if (allocated == US_NULL || (bitsAllocated != 8 && bitsAllocated != 16)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "BITS_ALLOCATED");
+        result = 0;
+    }
+    const Dicom_US& stored = IOD_ReadAs<Dicom_US>(*this, Dicom_Dictionary::BITS_STORED, s4);
+    const auto bitsStored = static_cast<unsigned short>(stored);
+    if (stored == US_NULL || bitsStored != bitsAllocated) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "BITS_STORED");
+        result = 0;
+    }
+    const Dicom_US& highBit = IOD_ReadAs<Dicom_US>(*this, Dicom_Dictionary::HIGH_BIT, s5);
+    if (highBit == US_NULL || static_cast<int>(static_cast<unsigned short>(highBit)) != bitsStored - 1) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "HIGH_BIT");
+        result = 0;
+    }
+    // Pixel Spacing is type 2: present, and when it has a value, two of them.
+    Dicom_DS s6;
+    const Dicom_Type* spacingFound = Get(Dicom_Dictionary::PIXEL_SPACING);
+    if (Find(Dicom_Dictionary::PIXEL_SPACING, false) == nullptr ||
+        (spacingFound != nullptr && IOD_ViewAs<Dicom_DS>(spacingFound, s6) != DS_NULL &&
+         IOD_ViewAs<Dicom_DS>(spacingFound, s6).GetVM() != 2)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "PIXEL_SPACING");
+        result = 0;
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMMultiFrameModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMMultiFrameModuleValid";
+    int result = 1;
+    Dicom_IS s1;
+    const Dicom_IS& frames = IOD_ReadAs<Dicom_IS>(*this, Dicom_Dictionary::NUMBER_OF_FRAMES, s1);
+    int frameCount = -1;  // unknown
+    if (frames != IS_NULL && frames.GetValue(0, &frameCount) != 0) frameCount = -1;
+
+    // Every pointer names a frame-index vector, which holds one value per frame.
+    Dicom_AT s2;
+    const Dicom_AT& pointers = IOD_ReadAs<Dicom_AT>(*this, Dicom_Dictionary::FRAME_INCREMENT_POINTER, s2);
+    if (pointers == At_NULL) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "FRAME_INCREMENT_POINTER");
+        result = 0;
+    }
+    bool unknownPointer = false;
+    for (int i = 0; i < pointers.Count(); ++i) {
+        const Dicom_Tag tag = pointers.GetTag(i);
+        const NMVector* vector = nullptr;
+        for (const NMVector& v : kNMVectors) {
+            if (v.pointer->GetTag(0) == tag) vector = &v;
+        }
+        if (vector == nullptr) {
+            unknownPointer = true;
+            continue;
+        }
+        Dicom_US scratch;
+        const Dicom_US& values = IOD_ReadAs<Dicom_US>(*this, tag, scratch);
+        if (values == US_NULL || (frameCount >= 0 && values.Count() != frameCount)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, vector->name);
+            result = 0;
+        }
+    }
+    if (unknownPointer) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "FRAME_INCREMENT_POINTER");
+        result = 0;
+    }
+
+    // The counts: energy windows and detectors always; the others by the kind of image.
+    if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_ENERGY_WINDOWS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_ENERGY_WINDOWS");
+        result = 0;
+    }
+    if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_DETECTORS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_DETECTORS");
+        result = 0;
+    }
+    Dicom_CS s3;
+    const Dicom_CS& imageType = IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s3);
+    if (is_dynamic(imageType) && IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_PHASES)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_PHASES");
+        result = 0;
+    }
+    if (is_tomo(imageType) && IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_ROTATIONS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_ROTATIONS");
+        result = 0;
+    }
+    if (is_gated(imageType)) {
+        if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_RR_INTERVALS)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_R_R_INTERVALS");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_TIME_SLOTS)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_TIME_SLOTS");
+            result = 0;
+        }
+    }
+    if (is_reconstruction(imageType) &&
+        IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_SLICES)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_SLICES");
+        result = 0;
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMImageModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMImageModuleValid";
+    int result = 1;
+    // Image Type: ORIGINAL or DERIVED, PRIMARY, the kind of NM image, EMISSION or TRANSMISSION.
+    Dicom_CS s1;
+    const Dicom_CS& imageType = IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1);
+    if (imageType.GetVM() != 4 || !is_one_of(imageType, 0, {&ORIGINAL, &DERIVED}) ||
+        !IOD_ValueIs(imageType, 1, PRIMARY) ||
+        !is_one_of(
+            imageType, 2,
+            {&STATIC, &DYNAMIC, &GATED, &WHOLE_BODY, &TOMO, &GATED_TOMO, &RECON_TOMO, &RECON_GATED_TOMO}) ||
+        !is_one_of(imageType, 3, {&EMISSION, &TRANSMISSION})) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "IMAGE_TYPE");
+        result = 0;
+    }
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::COUNTS_ACCUMULATED)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "COUNTS_ACCUMULATED");
+        result = 0;
+    }
+    // Static and whole-body images state their frame duration; whole-body images their scan.
+    const bool wholeBody = is_kind(imageType, {&WHOLE_BODY});
+    if ((wholeBody || is_kind(imageType, {&STATIC})) &&
+        IOD_IsNullValue<Dicom_IS>(*this, Dicom_Dictionary::ACTUAL_FRAME_DURATION)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "ACTUAL_FRAME_DURATION");
+        result = 0;
+    }
+    if (wholeBody) {
+        if (IOD_IsNullValue<Dicom_DS>(*this, Dicom_Dictionary::SCAN_VELOCITY)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_VELOCITY");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_IS>(*this, Dicom_Dictionary::SCAN_LENGTH)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_LENGTH");
+            result = 0;
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMIsotopeModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMIsotopeModuleValid";
+    int result = 1;
+    // One energy window item per energy window, when the image lists them.
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::ENERGY_WINDOW_INFORMATION_SEQUENCE) ||
+        count_disagrees(*this, sequence_of(*this, Dicom_Dictionary::ENERGY_WINDOW_INFORMATION_SEQUENCE),
+                        Dicom_Dictionary::NUMBER_OF_ENERGY_WINDOWS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "ENERGY_WINDOW_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    // Each radiopharmaceutical names its radionuclide (type 2, coded).
+    if (const Dicom_SQ* agents =
+            sequence_of(*this, Dicom_Dictionary::RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE)) {
+        for (int i = 0; i < agents->GetNItems(); ++i) {
+            const Dicom_Msg* item = agents->GetItem(i);
+            Dicom_ME* radionuclide =
+                item != nullptr ? item->Find(Dicom_Dictionary::RADIONUCLIDE_CODE_SEQUENCE, false) : nullptr;
+            if (radionuclide == nullptr) {
+                IOD_ATTRIBUTE_DEFECT(kFunction, "RADIONUCLIDE_CODE_SEQUENCE");
+                result = 0;
+            } else if (IsCodingValueOfSequenceValid(radionuclide, 1) == 0) {
+                IOD_CODE_SEQUENCE_DEFECT(kFunction, "RADIONUCLIDE");
+                result = 0;
+            }
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMDetectorModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMDetectorModuleValid";
+    int result = 1;
+    const Dicom_SQ* detectors = sequence_of(*this, Dicom_Dictionary::DETECTOR_INFORMATION_SEQUENCE);
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::DETECTOR_INFORMATION_SEQUENCE) ||
+        count_disagrees(*this, detectors, Dicom_Dictionary::NUMBER_OF_DETECTORS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "DETECTOR_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    // Each detector: Collimator Type (type 2, a defined term when given) and Focal Distance
+    // (type 2).
+    for (int i = 0; detectors != nullptr && i < detectors->GetNItems(); ++i) {
+        const Dicom_Msg* item = detectors->GetItem(i);
+        if (item == nullptr) continue;
+        const Dicom_Type* collimator = item->Get(Dicom_Dictionary::COLLIMATOR_TYPE);
+        Dicom_CS scratch;
+        if (item->Find(Dicom_Dictionary::COLLIMATOR_TYPE, false) == nullptr ||
+            (collimator != nullptr && IOD_ViewAs<Dicom_CS>(collimator, scratch) != CS_NULL &&
+             !is_one_of(IOD_ViewAs<Dicom_CS>(collimator, scratch), 0,
+                        {&PARA, &PINH, &FANB, &CONE, &SLNT, &ASTG, &DIVG, &NONE, &UNKN}))) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "COLLIMATOR_TYPE");
+            result = 0;
+        }
+        if (item->Find(Dicom_Dictionary::FOCAL_DISTANCE, false) == nullptr) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "FOCAL_DISTANCE");
+            result = 0;
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMTOMOAcquisitionModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMTOMOAcquisitionModuleValid";
+    Dicom_CS s1;
+    if (!is_tomo(IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1))) return 1;  // not tomographic
+    int result = 1;
+    const Dicom_SQ* rotations = sequence_of(*this, Dicom_Dictionary::ROTATION_INFORMATION_SEQUENCE);
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::ROTATION_INFORMATION_SEQUENCE) ||
+        count_disagrees(*this, rotations, Dicom_Dictionary::NUMBER_OF_ROTATIONS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "ROTATION_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    // Each rotation: its geometry and timing (type 1), the direction CW or CC.
+    for (int i = 0; rotations != nullptr && i < rotations->GetNItems(); ++i) {
+        const Dicom_Msg* item = rotations->GetItem(i);
+        if (item == nullptr) continue;
+        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::START_ANGLE)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "START_ANGLE");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::ANGULAR_STEP)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "ANGULAR_STEP");
+            result = 0;
+        }
+        Dicom_CS scratch;
+        if (!is_one_of(IOD_ReadAs<Dicom_CS>(*item, Dicom_Dictionary::ROTATION_DIRECTION, scratch), 0,
+                       {&CW, &CC})) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "ROTATION_DIRECTION");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::SCAN_ARC)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_ARC");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::ACTUAL_FRAME_DURATION)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "ACTUAL_FRAME_DURATION");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_US>(*item, Dicom_Dictionary::NUMBER_OF_FRAMES_IN_ROTATION)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_FRAMES_IN_ROTATION");
+            result = 0;
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMMultigatedAcqusitionModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMMultigatedAcqusitionModuleValid";
+    Dicom_CS s1;
+    if (!is_gated(IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1))) return 1;  // not gated
+    int result = 1;
+    // Beat Rejection Flag: type 2, Y or N when given.
+    Dicom_CS s2;
+    const Dicom_CS& rejection = IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::BEAT_REJECTION_FLAG, s2);
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::BEAT_REJECTION_FLAG) ||
+        (rejection != CS_NULL && !is_one_of(rejection, 0, {&Y, &N}))) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "BEAT_REJECTION_FLAG");
+        result = 0;
+    }
+    // The gated information is required when the frames are indexed by R-R interval.
+    Dicom_AT s3;
+    const Dicom_AT& pointers = IOD_ReadAs<Dicom_AT>(*this, Dicom_Dictionary::FRAME_INCREMENT_POINTER, s3);
+    bool byInterval = false;
+    for (int i = 0; i < pointers.Count() && !byInterval; ++i) {
+        byInterval = pointers.GetTag(i) == R_R_INTERVAL_VECTOR.GetTag(0);
+    }
+    const Dicom_SQ* gated = sequence_of(*this, Dicom_Dictionary::GATED_INFORMATION_SEQUENCE);
+    if ((byInterval && !IOD_IsPresent(*this, Dicom_Dictionary::GATED_INFORMATION_SEQUENCE)) ||
+        count_disagrees(*this, gated, Dicom_Dictionary::NUMBER_OF_RR_INTERVALS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "GATED_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    // Each interval lists its data (type 2), and each data item its frame time (type 1).
+    for (int i = 0; gated != nullptr && i < gated->GetNItems(); ++i) {
+        const Dicom_Msg* item = gated->GetItem(i);
+        if (item == nullptr) continue;
+        if (item->Find(Dicom_Dictionary::DATA_INFORMATION_SEQUENCE, false) == nullptr) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "DATA_INFORMATION_SEQUENCE");
+            result = 0;
+            continue;
+        }
+        const Dicom_SQ* data = sequence_of(*item, Dicom_Dictionary::DATA_INFORMATION_SEQUENCE);
+        for (int j = 0; data != nullptr && j < data->GetNItems(); ++j) {
+            const Dicom_Msg* dataItem = data->GetItem(j);
+            if (dataItem != nullptr && IOD_IsNullValue<Dicom_DS>(*dataItem, Dicom_Dictionary::FRAME_TIME)) {
+                IOD_ATTRIBUTE_DEFECT(kFunction, "FRAME_TIME");
+                result = 0;
+            }
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMPhaseModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMPhaseModuleValid";
+    Dicom_CS s1;
+    if (!is_dynamic(IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1))) return 1;  // not dynamic
+    int result = 1;
+    const Dicom_SQ* phases = sequence_of(*this, Dicom_Dictionary::PHASE_INFORMATION_SEQUENCE);
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::PHASE_INFORMATION_SEQUENCE) ||
+        count_disagrees(*this, phases, Dicom_Dictionary::NUMBER_OF_PHASES)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "PHASE_INFORMATION_SEQUENCE");
+        result = 0;
+    }
+    // Each phase: its delay, frame duration, pause and number of frames (type 1).
+    for (int i = 0; phases != nullptr && i < phases->GetNItems(); ++i) {
+        const Dicom_Msg* item = phases->GetItem(i);
+        if (item == nullptr) continue;
+        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::PHASE_DELAY)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "PHASE_DELAY");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::ACTUAL_FRAME_DURATION)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "ACTUAL_FRAME_DURATION");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::PAUSE_BETWEEN_FRAMES)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "PAUSE_BETWEEN_FRAMES");
+            result = 0;
+        }
+        if (IOD_IsNullValue<Dicom_US>(*item, Dicom_Dictionary::NUMBER_OF_FRAMES_IN_PHASE)) {
+            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_FRAMES_IN_PHASE");
+            result = 0;
+        }
+    }
+    return IOD_Verdict(result);
+}
+
+int IOD_Image::IsNMReconstructionModuleValid() const {
+    static constexpr const char* kFunction = "IOD_Image::IsNMReconstructionModuleValid";
+    Dicom_CS s1;
+    if (!is_reconstruction(IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1))) return 1;
+    int result = 1;
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::SPACING_BETWEEN_SLICES)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "SPACING_BETWEEN_SLICES");
+        result = 0;
+    }
+    if (!IOD_IsPresent(*this, Dicom_Dictionary::SLICE_THICKNESS)) {
+        IOD_ATTRIBUTE_DEFECT(kFunction, "SLICE_THICKNESS");
+        result = 0;
+    }
+    return IOD_Verdict(result);
+}

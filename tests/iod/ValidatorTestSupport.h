@@ -66,7 +66,9 @@ inline void FillCompleteCT(IOD_Msg& ct) {
 
 // The level-4 records of category 19 that the validators wrote while it lived, as "function:
 // text"; a record in the "File: ... Line: ... Attribute:NAME not valid" form is shortened to
-// "function: @NAME" after its file and line have been checked against the record's own.
+// "function: @NAME" after its file and line have been checked against the record's own, and
+// one in the form "File: ... Line: ... error from IsCodingValueOfSequenceValid (NAME)" to
+// "function: !NAME".
 class DefectRecorder {
 public:
     DefectRecorder() : log_(7) {}
@@ -80,6 +82,11 @@ public:
             if (text.rfind(prefix, 0) == 0 && text.size() > prefix.size() + suffix.size() &&
                 text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0) {
                 text = "@" + text.substr(prefix.size(), text.size() - prefix.size() - suffix.size());
+            }
+            const std::string coded = "File: " + r.file + " Line: " + std::to_string(r.line) +
+                                      " error from IsCodingValueOfSequenceValid (";
+            if (text.rfind(coded, 0) == 0 && text.back() == ')') {
+                text = "!" + text.substr(coded.size(), text.size() - coded.size() - 1);
             }
             out.push_back(r.function + ": " + text);
         }
