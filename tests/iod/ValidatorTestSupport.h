@@ -116,3 +116,24 @@ public:
 private:
     int previous_;
 };
+
+// The records a table case expects, as DefectRecorder writes them: a plain text is a message of
+// the case's validator `module` ("Patients Name is not found"), "@NAME" and "!NAME" are its
+// File/Line forms, and a text that starts with "IOD_" is a whole record of another function.
+inline std::vector<std::string> Expected(const std::string& module, const std::vector<std::string>& texts) {
+    const std::string function =
+        (module == "IsSOPCommonModuleValid" ? "IOD_IOD::" : "IOD_Image::") + module + ": ";
+    std::vector<std::string> out;
+    for (const std::string& t : texts) {
+        if (t.rfind("IOD_", 0) == 0) {
+            out.push_back(t);
+        } else if (!t.empty() && (t[0] == '@' || t[0] == '!')) {
+            out.push_back(function + t);
+        } else {
+            out.push_back(function + module + ": " + t);
+        }
+    }
+    return out;
+}
+#define CHECK(NAME) &IOD_Image::NAME, #NAME
+#define CHECK_IOD(NAME) &IOD_IOD::NAME, #NAME
