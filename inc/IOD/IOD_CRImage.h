@@ -17,4 +17,6 @@ public:
     ~IOD_CRImage() override;
     // Not assignable: copy-construct instead.
     IOD_CRImage& operator=(const IOD_CRImage&) = delete;
+
+    int IsValid() const override;
 };

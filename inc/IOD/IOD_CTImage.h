@@ -16,4 +16,6 @@ public:
     IOD_CTImage(void* buffer, unsigned int length, int copy, const Dicom_UI& transferSyntaxUid, int* status);
     ~IOD_CTImage() override;
     IOD_CTImage& operator=(const IOD_CTImage& other);
+
+    int IsValid() const override;
 };

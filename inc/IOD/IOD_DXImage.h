@@ -15,4 +15,6 @@ public:
     ~IOD_DXImage() override;
     // Not assignable: copy-construct instead.
     IOD_DXImage& operator=(const IOD_DXImage&) = delete;
+
+    int IsValid() const override;
 };

@@ -15,4 +15,6 @@ public:
     ~IOD_IOImage() override;
     // Not assignable: copy-construct instead.
     IOD_IOImage& operator=(const IOD_IOImage&) = delete;
+
+    int IsValid() const override;
 };

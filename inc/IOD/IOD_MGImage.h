@@ -15,4 +15,6 @@ public:
     ~IOD_MGImage() override;
     // Not assignable: copy-construct instead.
     IOD_MGImage& operator=(const IOD_MGImage&) = delete;
+
+    int IsValid() const override;
 };

@@ -16,4 +16,6 @@ public:
     IOD_MRImage(void* buffer, unsigned int length, int copy, const Dicom_UI& transferSyntaxUid, int* status);
     ~IOD_MRImage() override;
     IOD_MRImage& operator=(const IOD_MRImage& other);
+
+    int IsValid() const override;
 };

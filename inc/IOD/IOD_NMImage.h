@@ -18,4 +18,6 @@ public:
     ~IOD_NMImage() override;
     // Not assignable: copy-construct instead.
     IOD_NMImage& operator=(const IOD_NMImage&) = delete;
+
+    int IsValid() const override;
 };

@@ -19,4 +19,6 @@ public:
     ~IOD_RFImage() override;
     // Not assignable: copy-construct instead.
     IOD_RFImage& operator=(const IOD_RFImage&) = delete;
+
+    int IsValid() const override;
 };

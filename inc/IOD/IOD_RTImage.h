@@ -15,4 +15,6 @@ public:
     ~IOD_RTImage() override;
     // Not assignable: copy-construct instead.
     IOD_RTImage& operator=(const IOD_RTImage&) = delete;
+
+    int IsValid() const override;
 };

@@ -18,4 +18,6 @@ public:
     ~IOD_USImage() override;
     // Not assignable: copy-construct instead.
     IOD_USImage& operator=(const IOD_USImage&) = delete;
+
+    int IsValid() const override;
 };

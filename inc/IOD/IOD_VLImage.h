@@ -15,4 +15,6 @@ public:
     ~IOD_VLImage() override;
     // Not assignable: copy-construct instead.
     IOD_VLImage& operator=(const IOD_VLImage&) = delete;
+
+    int IsValid() const override;
 };

@@ -18,4 +18,6 @@ public:
     ~IOD_XAImage() override;
     // Not assignable: copy-construct instead.
     IOD_XAImage& operator=(const IOD_XAImage&) = delete;
+
+    int IsValid() const override;
 };

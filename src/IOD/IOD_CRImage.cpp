@@ -1,4 +1,4 @@
-// IOD_CRImage: constructors.
+// IOD_CRImage: constructors and IsValid.
 #include <IOD/IOD_CRImage.h>
 
 #include "IOD_ClassSupport.h"
@@ -6,3 +6,10 @@
 IOD_DEFINE_CONSTRUCTORS(IOD_CRImage, IOD_Image)
 IOD_DEFINE_SYNTAX_CONSTRUCTOR(IOD_CRImage, IOD_Image)
 IOD_DEFINE_UID_CONSTRUCTOR(IOD_CRImage, IOD_Image)
+
+int IOD_CRImage::IsValid() const {
+    return IOD_AllChecksPassed({IsPatientModuleValid(), IsGeneralStudyModuleValid(),
+                                IsGeneralSeriesModuleValid(), IsCRSeriesModuleValid(),
+                                IsGeneralEquipmentModuleValid(), IsGeneralImageModuleValid(),
+                                IsImagePixelModuleValid(), IsCRImageModuleValid(), IsSOPCommonModuleValid()});
+}

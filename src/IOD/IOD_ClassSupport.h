@@ -10,6 +10,8 @@
 
 #include <initializer_list>
 
+class IOD_Image;
+
 // Default, copy and buffer constructors and the destructor.
 #define IOD_DEFINE_COPY_AND_BUFFER_CONSTRUCTORS(CLASS, BASE)                           \
     CLASS::CLASS(const CLASS& other) : IOD_Msg(other), BASE(other) {}                  \
@@ -47,3 +49,8 @@ inline int IOD_AllChecksPassed(std::initializer_list<int> results) {
     }
     return valid;
 }
+
+// IsValid of the digital X-ray, intra-oral, mammography, RT and visible light images: patient,
+// general study, general series, general equipment, general image and image pixel; no SOP
+// common check.
+int IOD_ProjectionImageIsValid(const IOD_Image& image);

@@ -31,13 +31,9 @@ int IOD_IOD::IsValid() const { return 1; }
 int IOD_IOD::IsSOPCommonModuleValid() const {
     static constexpr const char* kFunction = "IOD_IOD::IsSOPCommonModuleValid";
     int result = 1;
-    if (IOD_IsNullValue<Dicom_UI>(*this, Dicom_Dictionary::SOP_CLASS_UID)) {
-        IOD_DEFECT(kFunction, "IsSOPCommonModuleValid: SOP Class UID is not valid\n");
-        result = 0;
-    }
-    if (IOD_IsNullValue<Dicom_UI>(*this, Dicom_Dictionary::SOP_INSTANCE_UID)) {
-        IOD_DEFECT(kFunction, "IsSOPCommonModuleValid: SOP Instance UID is not valid\n");
-        result = 0;
-    }
-    return IsTolerant == 1 ? 1 : result;
+    IOD_CHECK_VALUE(Dicom_UI, Dicom_Dictionary::SOP_CLASS_UID,
+                    "IsSOPCommonModuleValid: SOP Class UID is not valid\n");
+    IOD_CHECK_VALUE(Dicom_UI, Dicom_Dictionary::SOP_INSTANCE_UID,
+                    "IsSOPCommonModuleValid: SOP Instance UID is not valid\n");
+    return IOD_Verdict(result);
 }

@@ -32,6 +32,15 @@
         }                                                                                            \
     } while (0)
 
+// A code sequence that IOD_Image::IsCodingValueOfSequenceValid rejected, by its short name.
+#define IOD_CODE_SEQUENCE_DEFECT(FUNCTION, NAME)                                                        \
+    do {                                                                                                \
+        if (KvlGLog.StoreParams(IOD_SOURCE, FUNCTION, __LINE__, 4, 19, 1)) {                            \
+            KvlGLog.Log("File: %s Line: %d error from IsCodingValueOfSequenceValid (%s)\n", IOD_SOURCE, \
+                        __LINE__, (NAME));                                                              \
+        }                                                                                               \
+    } while (0)
+
 // The verdict of a module validator: 1 when the process is tolerant, else its own result.
 inline int IOD_Verdict(int result) { return IOD_IOD::IsTolerant == 1 ? 1 : result; }
 
