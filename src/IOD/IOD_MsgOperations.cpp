@@ -12,24 +12,13 @@
 #include <Dicom/Dicom_SortedVector.h>
 #include <Dicom/Dicom_UIDGenerator.h>
 #include <Dicom/Dicom_UIDic.h>
+#include <IOD/IOD_Image.h>
 #include <IOD/IOD_Msg.h>
 #include <RW/RWOrdered.h>
 
 #include <vector>
 
 namespace {
-
-// ---------------------------------------------------------------------------------------------
-// Defined terms compared here. They stand for IOD_Image::PR, IOD_Image::SR, IOD_Image::KO and
-// IOD_Image::PALETTE_COLOR, and give way to those constants once IOD_Image is part of the
-// library.
-const Dicom_CS kModalityPR("PR");
-const Dicom_CS kModalitySR("SR");
-const Dicom_CS kModalityKO("KO");
-const Dicom_CS kPaletteColor("PALETTE COLOR");
-// ---------------------------------------------------------------------------------------------
-
-const Dicom_CS kMultiFormat("MULTI_FORMAT");
 
 constexpr const char* kLogFile = "src/IOD/IOD_Msg";
 constexpr int kCategory = 19;
@@ -333,7 +322,8 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
             return Dicom_DumpLen(false);
         }
         // A palette secondary capture is sent as RGB.
-        if (photometric == kPaletteColor && sopClass == Dicom_UIDic::SECONDARY_CAPTURE_IMAGE_STORAGE)
+        if (photometric == IOD_Image::PALETTE_COLOR &&
+            sopClass == Dicom_UIDic::SECONDARY_CAPTURE_IMAGE_STORAGE)
             imageSize *= 3;
         if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 7, kCategory, 1))
             KvlGLog.Log("compute_single_msg_len: image_size %u\n", imageSize);
@@ -376,7 +366,7 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
         return Dicom_DumpLen(false);
     }
     int samplesPerPixel = static_cast<unsigned short>(samples);
-    if (photometric == kPaletteColor && sopClass == Dicom_UIDic::SECONDARY_CAPTURE_IMAGE_STORAGE)
+    if (photometric == IOD_Image::PALETTE_COLOR && sopClass == Dicom_UIDic::SECONDARY_CAPTURE_IMAGE_STORAGE)
         samplesPerPixel = 3;
     const int rowCount = static_cast<unsigned short>(rows);
     const int columnCount = static_cast<unsigned short>(columns);
@@ -402,10 +392,10 @@ Dicom_DumpLen IOD_Msg::CalcMsgLength(Dicom_UI transferSyntax) {
     const Dicom_CS& imageType = ValueIn(*this, kImageType, CS_NULL, imageTypeCopy);
     const Dicom_CS& modality = ValueIn(*this, kModality, CS_NULL, modalityCopy);
 
-    if (modality == kModalityPR || modality == kModalitySR || modality == kModalityKO) {
+    if (modality == IOD_Image::PR || modality == IOD_Image::SR || modality == IOD_Image::KO) {
         // Presentation states, reports and key-object selections are sent as they are.
         result = GetDumpLen(transferSyntax, 0, LengthParameters(), nullptr).GetDumpLen();
-    } else if (imageType != CS_NULL && imageType.GetVM() >= 3 && imageType[2] == kMultiFormat) {
+    } else if (imageType != CS_NULL && imageType.GetVM() >= 3 && imageType[2] == IOD_Image::MULTIFORMAT) {
         if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 7, kCategory, 1))
             KvlGLog.Log("CalcMsgLength: image type is Multi Format.\n");
         const Dicom_DumpLen whole = GetDumpLen(transferSyntax, 0, LengthParameters(), nullptr);
