@@ -311,8 +311,7 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
         if (photometric == CS_NULL) {
             if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 6, kCategory, 1))
                 KvlGLog.Log(
-                    "compute_single_msg_len: photometric interpretation not found. Can't calculate image "
-                    "size.\n");
+                    "compute_single_msg_len: photometric interpretation not found. Can't calculate image size.\n");
             return Dicom_DumpLen(false);
         }
         if (sopClass == UI_NULL) {
@@ -356,8 +355,7 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
     if (photometric == CS_NULL) {
         if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 6, kCategory, 1))
             KvlGLog.Log(
-                "compute_single_msg_len: photometric intepertation tag not found. Can't calculate image "
-                "size.\n");
+                "compute_single_msg_len: photometric intepertation tag not found. Can't calculate image size.\n");
         return Dicom_DumpLen(false);
     }
     if (sopClass == UI_NULL) {
@@ -372,8 +370,7 @@ Dicom_DumpLen IOD_Msg::compute_single_msg_len(Dicom_Msg& msg, Dicom_UI transferS
     const int columnCount = static_cast<unsigned short>(columns);
     if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 7, kCategory, 1))
         KvlGLog.Log(
-            "compute_single_msg_len: compressed: Rows=%d; Columns=%d; NumberOfFrames=%d;BitsAllocated=%d; "
-            "SampelsPerPixel=%d\n",
+            "compute_single_msg_len: compressed: Rows=%d; Columns=%d; NumberOfFrames=%d;BitsAllocated=%d; SampelsPerPixel=%d\n",
             rowCount, columnCount, frames, 16, samplesPerPixel);
     // 32-bit arithmetic that wraps, as every size here.
     const unsigned int imageSize =
@@ -509,9 +506,7 @@ void IOD_Msg::ReduceFrameIncrementPointerVector(int frame) {
     if (frame < 1) {
         if (KvlGLog.StoreParams(kLogFile, kFunction, __LINE__, 3, kCategory, 1))
             KvlGLog.Log(
-                "ReduceFrameIncrementPointerVector() - frame number should be greater than 0 (current value "
-                "is "
-                "%d).\n",
+                "ReduceFrameIncrementPointerVector() - frame number should be greater than 0 (current value is %d).\n",
                 frame);
         return;
     }

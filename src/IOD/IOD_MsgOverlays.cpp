@@ -179,9 +179,9 @@ void ScaleCurvesOf(Dicom_Msg& level, double x, double y) {
                 const Dicom_US start = ValueAs<Dicom_US>(level, CurveTag(0x0112, i));
                 const Dicom_US step = ValueAs<Dicom_US>(level, CurveTag(0x0114, i));
                 if (start == US_NULL || step == US_NULL) {
-                    KVL_LOG(kSource, kFunction, 4, 19,
-                            "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not "
-                            "exist.Ignoring...\n");
+                    KVL_LOG(
+                        kSource, kFunction, 4, 19,
+                        "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not exist.Ignoring...\n");
                     continue;
                 }
                 for (const auto& [value, element] : {std::pair{&start, 0x0112}, std::pair{&step, 0x0114}}) {

@@ -246,8 +246,7 @@ void IOD_TomosynthesisHelper::CalculateMammoFlip(const IOD_Msg* msg, bool* horiz
         if (text.empty() || (text[0] != 'A' && text[0] != 'P')) {
             MAMMO_LOG(
                 "CalculateMammoFlip", 7,
-                "Patient orientation dicom tag is '%s', flip is not applied when orientation values are "
-                "reversed.",
+                "Patient orientation dicom tag is '%s', flip is not applied when orientation values are reversed.",
                 text.c_str());
         } else {
             const char* sideText = GetMammoSideText(decided);
