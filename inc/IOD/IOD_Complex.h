@@ -120,7 +120,7 @@ public:
     // A new message: a copy of the underlying message without the removed tags, with copies of
     // the layer's elements added or replaced in tag order. Empty (logged) when an element
     // cannot be added.
-    Kvl_AutoPtr<Dicom_Msg> ConstructRealMsg() const;
+    Kvl_AutoPtr<Dicom_Msg> ConstructRealMsg();
 
 protected:
     // Set and SetWithDataCopy:

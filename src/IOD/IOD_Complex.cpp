@@ -370,7 +370,7 @@ int IOD_Complex::dump(void* buffer, unsigned int length, const Dicom_TransferSyn
     return Dicom_Msg::dump(buffer, length, syntax, error);
 }
 
-Kvl_AutoPtr<Dicom_Msg> IOD_Complex::ConstructRealMsg() const {
+Kvl_AutoPtr<Dicom_Msg> IOD_Complex::ConstructRealMsg() {
     Dicom_Msg* real = new Dicom_Msg(*m_o);
     for (size_t i = 0; i < m_removed.Size(); ++i) real->Remove(m_removed.At(i));
     const Dicom_SortedVector& layer = *m_layer;
