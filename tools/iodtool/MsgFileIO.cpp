@@ -13,21 +13,22 @@
 #include "FileBytes.h"
 
 std::unique_ptr<IOD_Msg> IodLoadMessage(const char* command, const char* path,
-                                        std::vector<unsigned char>& bytes) {
+                                        std::vector<unsigned char>& bytes, bool forWriting) {
+    const char* outcome = forWriting ? "; nothing written" : "";
     std::string error;
     if (!IodReadFileBytes(path, bytes, &error)) {
-        std::fprintf(stderr, "iodtool %s: %s\n", command, error.c_str());
+        std::fprintf(stderr, "iodtool %s: %s%s\n", command, error.c_str(), outcome);
         return nullptr;
     }
     if (bytes.size() > 0xFFFFFFFFull) {
-        std::fprintf(stderr, "iodtool %s: %s: larger than 4 GiB\n", command, path);
+        std::fprintf(stderr, "iodtool %s: %s: larger than 4 GiB%s\n", command, path, outcome);
         return nullptr;
     }
     int status = 0;
     auto msg = std::make_unique<IOD_Msg>(bytes.data(), static_cast<unsigned int>(bytes.size()), 0, &status);
     if (status != 0) {
-        std::fprintf(stderr, "iodtool %s: %s: not a DICOM file, or truncated or malformed; nothing written\n",
-                     command, path);
+        std::fprintf(stderr, "iodtool %s: %s: not a DICOM file, or truncated or malformed%s\n", command, path,
+                     outcome);
         return nullptr;
     }
     return msg;

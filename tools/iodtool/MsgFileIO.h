@@ -1,6 +1,6 @@
-// MsgFileIO: reading, writing and argument parsing shared by the iodtool commands that change a
-// message (strip, length, deidentify, frame). Every function that fails prints one line
-// "iodtool <command>: <reason>" on standard error.
+// MsgFileIO: reading, writing and argument parsing shared by the iodtool commands that read or
+// change a message (strip, length, deidentify, frame, overlays, scale). Every function that fails
+// prints one line "iodtool <command>: <reason>" on standard error.
 #pragma once
 
 #include <Dicom/Dicom_Tag.h>
@@ -12,9 +12,11 @@
 #include <vector>
 
 // Reads `path` into `bytes` and parses all of it. The message's values point into `bytes`, which
-// must outlive it. Null (and the reason printed) when the file cannot be read or parsed in full.
+// must outlive it. Null (and the reason printed, with "; nothing written" for a command that
+// would write a result) when the file cannot be read or parsed in full: nothing of a partly read
+// file is ever written back.
 std::unique_ptr<IOD_Msg> IodLoadMessage(const char* command, const char* path,
-                                        std::vector<unsigned char>& bytes);
+                                        std::vector<unsigned char>& bytes, bool forWriting = true);
 
 // True for a DICOM file image (preamble and "DICM"), false for a bare data set.
 bool IodIsFileImage(const std::vector<unsigned char>& bytes);

@@ -48,7 +48,7 @@ int RunLength(int argc, char** argv) {
     }
 
     std::vector<unsigned char> bytes;
-    std::unique_ptr<IOD_Msg> msg = IodLoadMessage("length", path, bytes);
+    std::unique_ptr<IOD_Msg> msg = IodLoadMessage("length", path, bytes, false);
     if (!msg) return 1;
     if (!target.IsSpecified()) target = msg->GetTransferSyntax();
     const std::string conflict = target.IsKnown() ? IodPixelDataConflict(*msg, target) : std::string();

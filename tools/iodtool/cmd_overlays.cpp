@@ -11,7 +11,7 @@
 
 #include "Command.h"
 #include "DumpFormat.h"
-#include "MessageFile.h"
+#include "MsgFileIO.h"
 
 namespace {
 
@@ -132,9 +132,10 @@ int RunOverlays(int argc, char** argv) {
     }
     if (npaths == 0 || (npaths == 1) != action.empty()) return Usage(nullptr, nullptr);
 
-    IodMessageFile file;
-    if (!IodReadMessageFile("overlays", paths[0], npaths == 2, file)) return 1;
-    IOD_Msg& msg = *file.msg;
+    std::vector<unsigned char> bytes;
+    const std::unique_ptr<IOD_Msg> loaded = IodLoadMessage("overlays", paths[0], bytes, npaths == 2);
+    if (!loaded) return 1;
+    IOD_Msg& msg = *loaded;
     if (npaths == 1) {
         ListOverlays(msg);
         ListCurves(msg, "Curves (50xx)", "", msg.GetCurveIndex());
@@ -149,7 +150,7 @@ int RunOverlays(int argc, char** argv) {
     } else {
         msg.RemoveOverlaysAndCurves();
     }
-    return IodWriteMessageFile("overlays", paths[1], file) ? 0 : 1;
+    return IodSaveMessage("overlays", msg, msg.GetTransferSyntax(), IodIsFileImage(bytes), paths[1]) ? 0 : 1;
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "Command.h"
-#include "MessageFile.h"
+#include "MsgFileIO.h"
 
 namespace {
 
@@ -33,15 +33,16 @@ int RunScale(int argc, char** argv) {
                      std::isnan(x) ? argv[3] : argv[4], kUsage);
         return 2;
     }
-    IodMessageFile file;
-    if (!IodReadMessageFile("scale", argv[1], true, file)) return 1;
-    IOD_Msg& msg = *file.msg;
+    std::vector<unsigned char> bytes;
+    const std::unique_ptr<IOD_Msg> loaded = IodLoadMessage("scale", argv[1], bytes);
+    if (!loaded) return 1;
+    IOD_Msg& msg = *loaded;
     msg.MoveShutterBy(x, y);
     msg.MoveDisplayAreaSeqBy(x, y);
     msg.MoveGraphicAnnotationSeqBy(x, y);
     msg.move_overlay_text_by(x, y);
     msg.move_curves_by(x, y);
-    return IodWriteMessageFile("scale", argv[2], file) ? 0 : 1;
+    return IodSaveMessage("scale", msg, msg.GetTransferSyntax(), IodIsFileImage(bytes), argv[2]) ? 0 : 1;
 }
 
 }  // namespace
