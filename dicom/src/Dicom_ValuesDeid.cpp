@@ -20,7 +20,7 @@ const std::string& Key() {
     static const std::string key = [] {
         const char* env = std::getenv("IOD_DEID_KEY");
         if (env && *env) return std::string(env);
-        if (KvlGLog.StoreParams("dicom/src/Dicom_ValuesDeid", "Dicom_LO::GetEncoded", __LINE__, 3, 19, 1))
+        if (KvlGLog.StoreParams("dicom/src/Dicom_ValuesDeid", "Dicom_LO::GetEncoded", __LINE__, 3, 20, 1))
             KvlGLog.Log("Dicom_LO::GetEncoded: IOD_DEID_KEY is not set; using the built-in key\n");
         return std::string(kBuiltInKey);
     }();

@@ -667,6 +667,25 @@ int IOD_Image::IsSlideCoordinatesModuleValid() const {
 // form; a code sequence that the helper rejects is reported by its short name. Attributes of
 // sequence items are read from the items; every loop is bounded by the data set.
 
+// One check of an NM module validator in the "File: ... Attribute:NAME not valid" form, one log
+// site each: the value under Dicom_Dictionary::TAG of MSG (the message or one of its items) read
+// as class V is not null / the element is present. They expect the locals `kFunction` and
+// `result`.
+#define IOD_REQUIRE_VALUE(MSG, V, TAG, NAME)                    \
+    do {                                                        \
+        if (IOD_IsNullValue<V>((MSG), Dicom_Dictionary::TAG)) { \
+            IOD_ATTRIBUTE_DEFECT(kFunction, NAME);              \
+            result = 0;                                         \
+        }                                                       \
+    } while (0)
+#define IOD_REQUIRE_PRESENT(MSG, TAG, NAME)                 \
+    do {                                                    \
+        if (!IOD_IsPresent((MSG), Dicom_Dictionary::TAG)) { \
+            IOD_ATTRIBUTE_DEFECT(kFunction, NAME);          \
+            result = 0;                                     \
+        }                                                   \
+    } while (0)
+
 namespace {
 
 // The kinds of NM image (value 3 of Image Type) that each conditional module applies to.
@@ -838,14 +857,8 @@ int IOD_Image::IsNMMultiFrameModuleValid() const {
     }
 
     // The counts: energy windows and detectors always; the others by the kind of image.
-    if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_ENERGY_WINDOWS)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_ENERGY_WINDOWS");
-        result = 0;
-    }
-    if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_DETECTORS)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_DETECTORS");
-        result = 0;
-    }
+    IOD_REQUIRE_VALUE(*this, Dicom_US, NUMBER_OF_ENERGY_WINDOWS, "NUMBER_OF_ENERGY_WINDOWS");
+    IOD_REQUIRE_VALUE(*this, Dicom_US, NUMBER_OF_DETECTORS, "NUMBER_OF_DETECTORS");
     Dicom_CS s3;
     const Dicom_CS& imageType = IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s3);
     if (is_dynamic(imageType) && IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_PHASES)) {
@@ -857,14 +870,8 @@ int IOD_Image::IsNMMultiFrameModuleValid() const {
         result = 0;
     }
     if (is_gated(imageType)) {
-        if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_RR_INTERVALS)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_R_R_INTERVALS");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_TIME_SLOTS)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_TIME_SLOTS");
-            result = 0;
-        }
+        IOD_REQUIRE_VALUE(*this, Dicom_US, NUMBER_OF_RR_INTERVALS, "NUMBER_OF_R_R_INTERVALS");
+        IOD_REQUIRE_VALUE(*this, Dicom_US, NUMBER_OF_TIME_SLOTS, "NUMBER_OF_TIME_SLOTS");
     }
     if (is_reconstruction(imageType) &&
         IOD_IsNullValue<Dicom_US>(*this, Dicom_Dictionary::NUMBER_OF_SLICES)) {
@@ -889,10 +896,7 @@ int IOD_Image::IsNMImageModuleValid() const {
         IOD_ATTRIBUTE_DEFECT(kFunction, "IMAGE_TYPE");
         result = 0;
     }
-    if (!IOD_IsPresent(*this, Dicom_Dictionary::COUNTS_ACCUMULATED)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "COUNTS_ACCUMULATED");
-        result = 0;
-    }
+    IOD_REQUIRE_PRESENT(*this, COUNTS_ACCUMULATED, "COUNTS_ACCUMULATED");
     // Static and whole-body images state their frame duration; whole-body images their scan.
     const bool wholeBody = is_kind(imageType, {&WHOLE_BODY});
     if ((wholeBody || is_kind(imageType, {&STATIC})) &&
@@ -901,14 +905,8 @@ int IOD_Image::IsNMImageModuleValid() const {
         result = 0;
     }
     if (wholeBody) {
-        if (IOD_IsNullValue<Dicom_DS>(*this, Dicom_Dictionary::SCAN_VELOCITY)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_VELOCITY");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_IS>(*this, Dicom_Dictionary::SCAN_LENGTH)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_LENGTH");
-            result = 0;
-        }
+        IOD_REQUIRE_VALUE(*this, Dicom_DS, SCAN_VELOCITY, "SCAN_VELOCITY");
+        IOD_REQUIRE_VALUE(*this, Dicom_IS, SCAN_LENGTH, "SCAN_LENGTH");
     }
     return IOD_Verdict(result);
 }
@@ -923,10 +921,8 @@ int IOD_Image::IsNMIsotopeModuleValid() const {
         IOD_ATTRIBUTE_DEFECT(kFunction, "ENERGY_WINDOW_INFORMATION_SEQUENCE");
         result = 0;
     }
-    if (!IOD_IsPresent(*this, Dicom_Dictionary::RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE");
-        result = 0;
-    }
+    IOD_REQUIRE_PRESENT(*this, RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE,
+                        "RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE");
     // Each radiopharmaceutical names its radionuclide (type 2, coded).
     if (const Dicom_SQ* agents =
             sequence_of(*this, Dicom_Dictionary::RADIOPHARMACEUTICAL_INFORMATION_SEQUENCE)) {
@@ -992,32 +988,17 @@ int IOD_Image::IsNMTOMOAcquisitionModuleValid() const {
     for (int i = 0; rotations != nullptr && i < rotations->GetNItems(); ++i) {
         const Dicom_Msg* item = rotations->GetItem(i);
         if (item == nullptr) continue;
-        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::START_ANGLE)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "START_ANGLE");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::ANGULAR_STEP)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "ANGULAR_STEP");
-            result = 0;
-        }
+        IOD_REQUIRE_VALUE(*item, Dicom_DS, START_ANGLE, "START_ANGLE");
+        IOD_REQUIRE_VALUE(*item, Dicom_DS, ANGULAR_STEP, "ANGULAR_STEP");
         Dicom_CS scratch;
         if (!is_one_of(IOD_ReadAs<Dicom_CS>(*item, Dicom_Dictionary::ROTATION_DIRECTION, scratch), 0,
                        {&CW, &CC})) {
             IOD_ATTRIBUTE_DEFECT(kFunction, "ROTATION_DIRECTION");
             result = 0;
         }
-        if (IOD_IsNullValue<Dicom_DS>(*item, Dicom_Dictionary::SCAN_ARC)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "SCAN_ARC");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::ACTUAL_FRAME_DURATION)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "ACTUAL_FRAME_DURATION");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_US>(*item, Dicom_Dictionary::NUMBER_OF_FRAMES_IN_ROTATION)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_FRAMES_IN_ROTATION");
-            result = 0;
-        }
+        IOD_REQUIRE_VALUE(*item, Dicom_DS, SCAN_ARC, "SCAN_ARC");
+        IOD_REQUIRE_VALUE(*item, Dicom_IS, ACTUAL_FRAME_DURATION, "ACTUAL_FRAME_DURATION");
+        IOD_REQUIRE_VALUE(*item, Dicom_US, NUMBER_OF_FRAMES_IN_ROTATION, "NUMBER_OF_FRAMES_IN_ROTATION");
     }
     return IOD_Verdict(result);
 }
@@ -1084,22 +1065,10 @@ int IOD_Image::IsNMPhaseModuleValid() const {
     for (int i = 0; phases != nullptr && i < phases->GetNItems(); ++i) {
         const Dicom_Msg* item = phases->GetItem(i);
         if (item == nullptr) continue;
-        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::PHASE_DELAY)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "PHASE_DELAY");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::ACTUAL_FRAME_DURATION)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "ACTUAL_FRAME_DURATION");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_IS>(*item, Dicom_Dictionary::PAUSE_BETWEEN_FRAMES)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "PAUSE_BETWEEN_FRAMES");
-            result = 0;
-        }
-        if (IOD_IsNullValue<Dicom_US>(*item, Dicom_Dictionary::NUMBER_OF_FRAMES_IN_PHASE)) {
-            IOD_ATTRIBUTE_DEFECT(kFunction, "NUMBER_OF_FRAMES_IN_PHASE");
-            result = 0;
-        }
+        IOD_REQUIRE_VALUE(*item, Dicom_IS, PHASE_DELAY, "PHASE_DELAY");
+        IOD_REQUIRE_VALUE(*item, Dicom_IS, ACTUAL_FRAME_DURATION, "ACTUAL_FRAME_DURATION");
+        IOD_REQUIRE_VALUE(*item, Dicom_IS, PAUSE_BETWEEN_FRAMES, "PAUSE_BETWEEN_FRAMES");
+        IOD_REQUIRE_VALUE(*item, Dicom_US, NUMBER_OF_FRAMES_IN_PHASE, "NUMBER_OF_FRAMES_IN_PHASE");
     }
     return IOD_Verdict(result);
 }
@@ -1109,13 +1078,7 @@ int IOD_Image::IsNMReconstructionModuleValid() const {
     Dicom_CS s1;
     if (!is_reconstruction(IOD_ReadAs<Dicom_CS>(*this, Dicom_Dictionary::IMAGE_TYPE, s1))) return 1;
     int result = 1;
-    if (!IOD_IsPresent(*this, Dicom_Dictionary::SPACING_BETWEEN_SLICES)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "SPACING_BETWEEN_SLICES");
-        result = 0;
-    }
-    if (!IOD_IsPresent(*this, Dicom_Dictionary::SLICE_THICKNESS)) {
-        IOD_ATTRIBUTE_DEFECT(kFunction, "SLICE_THICKNESS");
-        result = 0;
-    }
+    IOD_REQUIRE_PRESENT(*this, SPACING_BETWEEN_SLICES, "SPACING_BETWEEN_SLICES");
+    IOD_REQUIRE_PRESENT(*this, SLICE_THICKNESS, "SLICE_THICKNESS");
     return IOD_Verdict(result);
 }
