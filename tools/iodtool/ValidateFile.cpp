@@ -278,38 +278,57 @@ const char* IodVerdictText(IodVerdict verdict) {
     return "unreadable";
 }
 
+namespace {
+
+// The length of the well-formed UTF-8 sequence at `text[i]` (2 to 4), or 0.
+size_t Utf8SequenceLength(const std::string& text, size_t i) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    const size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
+                          : lead >= 0xE0 && lead <= 0xEF ? 3
+                          : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                         : 0;
+    if (length == 0 || i + length > text.size()) return 0;
+    for (size_t k = 1; k < length; ++k) {
+        if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[i + 1]);
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
+        return 0;  // overlong forms, surrogates, beyond U+10FFFF
+    return length;
+}
+
+}  // namespace
+
 std::string IodJsonString(const std::string& text) {
     std::string out;
     out.reserve(text.size() + 2);
     out += '"';
-    for (const char c : text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         const auto byte = static_cast<unsigned char>(c);
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (byte < 0x20 || byte == 0x7F || byte >= 0x80) {
-                    // Control characters, and bytes outside ASCII (file names and texts need not be
-                    // UTF-8), as \u00XX so that every line is valid JSON.
-                    char escaped[8];
-                    std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-                    out += escaped;
-                } else {
-                    out += c;
-                }
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c == '\t') {
+            out += "\\t";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
+            out += escaped;
+        } else if (byte < 0x80) {
+            out += c;
+        } else if (const size_t length = Utf8SequenceLength(text, i); length != 0) {
+            out.append(text, i, length);
+            i += length - 1;
+        } else {
+            // A byte that is not UTF-8 (file names and texts need not be): as the Latin-1 character
+            // of the same number, so that every line stays valid JSON.
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
+            out += escaped;
         }
     }
     out += '"';

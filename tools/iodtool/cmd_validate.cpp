@@ -211,8 +211,9 @@ int RunValidate(int argc, char** argv) {
     const size_t unknown = counts[static_cast<int>(IodVerdict::UnknownClass)];
     const size_t invalid = counts[static_cast<int>(IodVerdict::Invalid)] + unknown;
     const size_t unreadable = counts[static_cast<int>(IodVerdict::Unreadable)];
-    std::string summary = "summary: " + std::to_string(files.size()) + " files, " + std::to_string(valid) +
-                          " valid, " + std::to_string(invalid) + " invalid";
+    std::string summary = "summary: " + std::to_string(files.size()) +
+                          (files.size() == 1 ? " file, " : " files, ") + std::to_string(valid) + " valid, " +
+                          std::to_string(invalid) + " invalid";
     if (unknown > 0) summary += " (" + std::to_string(unknown) + " of unknown class)";
     summary += ", " + std::to_string(unreadable) + " unreadable";
     if (!perClass.empty()) {
