@@ -82,6 +82,55 @@ sr|$files/test-SR.dcm|0|test-SR.dcm: valid \(SR\)$|
 missing|$work/nothing-here.dcm|1|nothing-here.dcm: unreadable: cannot open|
 quiet|--quiet $ct $work/norows.dcm|1|^summary: 2 files, 1 valid, 1 invalid, 0 unreadable; classes: CT 2;|CT_small
 EOF
+    # The SOP class picks the class: CT_small relabelled with each SOP class ("-": none).
+    mkdir -p "$work/sop"
+    while read -r uid class; do
+        "$iodtool" set "$ct" "$work/sop/$uid.dcm" SOPClassUID="$uid" >/dev/null || fail "iodtool set SOPClassUID=$uid"
+        echo "$uid $class" >>"$work/sop/expected"
+    done <<SOPS
+1.2.840.10008.5.1.4.1.1.1 CR
+1.2.840.10008.5.1.4.1.1.2 CT
+1.2.840.10008.5.1.4.1.1.1.1 DX
+1.2.840.10008.5.1.4.1.1.1.1.1 DX
+1.2.840.10008.5.1.4.1.1.1.3 IO
+1.2.840.10008.5.1.4.1.1.1.3.1 IO
+1.2.840.10008.5.1.4.1.1.7.1 MF
+1.2.840.10008.5.1.4.1.1.7.2 MF
+1.2.840.10008.5.1.4.1.1.7.3 MF
+1.2.840.10008.5.1.4.1.1.7.4 MF
+1.2.840.10008.5.1.4.1.1.1.2 MG
+1.2.840.10008.5.1.4.1.1.1.2.1 MG
+1.2.840.10008.5.1.4.1.1.4 MR
+1.2.840.10008.5.1.4.1.1.20 NM
+1.2.840.10008.5.1.4.1.1.12.2 RF
+1.2.840.10008.5.1.4.1.1.481.1 RT
+1.2.840.10008.5.1.4.1.1.7 SC
+1.2.840.10008.5.1.4.1.1.88.11 SR
+1.2.840.10008.5.1.4.1.1.88.22 SR
+1.2.840.10008.5.1.4.1.1.88.33 SR
+1.2.840.10008.5.1.4.1.1.6.1 US
+1.2.840.10008.5.1.4.1.1.3.1 US
+1.2.840.10008.5.1.4.1.1.77.1.1 VL
+1.2.840.10008.5.1.4.1.1.77.1.2 VL
+1.2.840.10008.5.1.4.1.1.77.1.3 VL
+1.2.840.10008.5.1.4.1.1.77.1.4 VL
+1.2.840.10008.5.1.4.1.1.12.1 XA
+1.2.840.10008.5.1.4.1.1.2.1 -
+1.2.840.10008.5.1.4.1.1.4.1 -
+1.2.840.10008.5.1.4.1.1.88.34 -
+1.2.840.10008.5.1.4.1.1.12.1.1 -
+SOPS
+    run sop "$iodtool" validate "$work/sop"
+    while read -r uid class; do
+        if [ "$class" = - ]; then
+            grep -q "^$work/sop/$uid.dcm: unknown class: SOP Class UID $uid " "$work/sop.out" ||
+                fail "sop: $uid is not of an unknown class"
+        else
+            grep -Eq "^$work/sop/$uid.dcm: (in)?valid \\($class\\)" "$work/sop.out" ||
+                fail "sop: $uid is not validated as $class: $(grep -F "$uid.dcm" "$work/sop.out")"
+        fi
+    done <"$work/sop/expected"
+
     # The -- ends the options: a file whose name starts with a dash.
     cp "$ct" "$work/-dash.dcm"
     cd "$work" || exit 1
@@ -152,6 +201,16 @@ for obj, (cls, valid, extra, texts) in zip(objs, table):
     expect(all(d["module"] == "IOD_Image::IsImagePixelModuleValid" for d in obj["defects"]), "module of %r" % obj)
 sys.exit(0 if ok else 1)
 EOF
+    # A name that is not UTF-8, with a control character: still one valid JSON line, each such
+    # byte as the character of the same number.
+    cp "$files/CT_small.dcm" "$work/"$'bad\xff\x01'.dcm
+    run latin "$iodtool" validate --json "$work/"$'bad\xff\x01'.dcm
+    python3 -c '
+import json, sys
+obj = json.loads(open(sys.argv[1], "rb").read().decode("ascii"))
+sys.exit(0 if obj["path"] == sys.argv[2] + "/bad\u00ff\u0001.dcm" and obj["valid"] else 1)' "$work/latin.out" "$work" ||
+        fail "latin: $(cat -v "$work/latin.out")"
+
     # The attribute is parsed out of the "Attribute:NAME not valid" form: an NM file without Number
     # of Frames reports NUMBER_OF_FRAMES.
     "$iodtool" set "$files/CT_small.dcm" "$work/nm.dcm" SOPClassUID=1.2.840.10008.5.1.4.1.1.20 >/dev/null ||
