@@ -37,6 +37,16 @@ namespace {
 
 // The result that the records logged on this thread belong to (null: not validating).
 thread_local IodValidationResult* t_current = nullptr;
+// Where inside the object the check that logs is looking (a structured report's content item
+// path), asked by the sink on the thread that logs; null when the class keeps no such position.
+thread_local const char* (*t_where)() = nullptr;
+
+struct WhereSource {
+    explicit WhereSource(const char* (*source)()) { t_where = source; }
+    ~WhereSource() { t_where = nullptr; }
+    WhereSource(const WhereSource&) = delete;
+    WhereSource& operator=(const WhereSource&) = delete;
+};
 
 struct CurrentResult {
     explicit CurrentResult(IodValidationResult& result) { t_current = &result; }
@@ -57,7 +67,9 @@ std::string AttributeOf(const std::string& text) {
 
 void CollectRecord(const Kvl_LogRecord& record) {
     if (record.level != 4 || t_current == nullptr) return;
-    t_current->defects.push_back({record.function, AttributeOf(record.text), record.text, std::string()});
+    const char* where = t_where != nullptr ? t_where() : nullptr;
+    t_current->defects.push_back(
+        {record.function, AttributeOf(record.text), record.text, where != nullptr ? where : ""});
 }
 
 // A read-only private mapping of a whole file, unmapped when destroyed.
@@ -117,7 +129,8 @@ int ValidateAs(void* buffer, unsigned int length, const std::string& /*sopClassU
 }
 
 // The structured-report check. Everything that decides how an SR document is checked stands in
-// this one function: the SOP class tells Basic Text, Enhanced and Comprehensive SR apart.
+// this one function: the SOP class tells Basic Text, Enhanced and Comprehensive SR apart, and a
+// WhereSource living here over the checks gives each defect its content item path.
 int CheckStructuredReport(const IOD_StructuredReporting& report, const std::string& /*sopClassUid*/) {
     return report.IsValid();
 }
