@@ -117,28 +117,34 @@ void PrintText(const IodValidationResult& result) {
     std::fputs(line.c_str(), stdout);
 }
 
-// A one-line progress bar on standard error, drawn only when it is a terminal.
+// A one-line progress bar on standard error, drawn only when it is a terminal. It is taken off
+// before a result is printed and drawn again after it; otherwise redrawn at most every 100 ms.
 class Progress {
 public:
     explicit Progress(size_t total) : total_(total), shown_(total > 1 && ::isatty(STDERR_FILENO) == 1) {}
     void Update(size_t done) {
         if (!shown_) return;
         const auto now = std::chrono::steady_clock::now();
-        if (done < total_ && now - last_ < std::chrono::milliseconds(100)) return;
+        if (drawn_ && done < total_ && now - last_ < std::chrono::milliseconds(100)) return;
         last_ = now;
         constexpr size_t kWidth = 40;
         const size_t filled = kWidth * done / total_;
         std::fprintf(stderr, "\r[%s%s] %zu/%zu", std::string(filled, '#').c_str(),
                      std::string(kWidth - filled, ' ').c_str(), done, total_);
         std::fflush(stderr);
+        drawn_ = true;
     }
     void Clear() {
-        if (shown_) std::fputs("\r\033[K", stderr);
+        if (!drawn_) return;
+        std::fputs("\r\033[K", stderr);
+        std::fflush(stderr);
+        drawn_ = false;
     }
 
 private:
     size_t total_;
     bool shown_;
+    bool drawn_ = false;
     std::chrono::steady_clock::time_point last_{};
 };
 
