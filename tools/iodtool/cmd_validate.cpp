@@ -181,8 +181,13 @@ int RunValidate(int argc, char** argv) {
             readyChanged.notify_one();
         }
     };
-    for (unsigned j = 1; j < jobs; ++j) workers.emplace_back(work);
-    if (jobs == 1) work();  // no thread at all for -j 1
+    // -j 1 validates on the main thread and starts none; -j N starts N workers and the main
+    // thread only prints.
+    if (jobs == 1) {
+        work();
+    } else {
+        for (unsigned j = 0; j < jobs; ++j) workers.emplace_back(work);
+    }
 
     size_t counts[4] = {0, 0, 0, 0};
     std::map<std::string, size_t> perClass;
