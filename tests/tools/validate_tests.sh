@@ -190,13 +190,13 @@ for obj, path in zip(objs, paths):
 table = [
     ("CT", True, {}, []),
     ("CT", False, {}, ["IsImagePixelModuleValid: Rows is not valid"]),
-    (None, False, {"unknown_class": True}, []),
+    (None, False, {"error": "unknown class: SOP Class UID 1.2.840.10008.5.1.4.1.1.481.5 (RT Plan Storage)"}, []),
     (None, False, {"unreadable": True}, []),
 ]
 for obj, (cls, valid, extra, texts) in zip(objs, table):
     expect(obj["class"] == cls and obj["valid"] == valid, "class/valid of %r" % obj)
     for key, value in extra.items():
-        expect(obj.get(key) == value and "error" in obj, "%s/error missing in %r" % (key, obj))
+        expect(obj.get(key) == value and "error" in obj, "%s or error wrong in %r" % (key, obj))
     expect([d["text"] for d in obj["defects"]] == texts, "defects of %r" % obj)
     expect(all(d["module"] == "IOD_Image::IsImagePixelModuleValid" for d in obj["defects"]), "module of %r" % obj)
 sys.exit(0 if ok else 1)

@@ -355,8 +355,11 @@ std::string IodValidationJson(const IodValidationResult& result) {
     out += ",\"valid\":";
     out += result.verdict == IodVerdict::Valid ? "true" : "false";
     if (result.verdict == IodVerdict::Unreadable) out += ",\"unreadable\":true";
-    if (result.verdict == IodVerdict::UnknownClass) out += ",\"unknown_class\":true";
-    if (!result.error.empty()) out += ",\"error\":" + IodJsonString(result.error);
+    if (result.verdict == IodVerdict::UnknownClass) {
+        out += ",\"error\":" + IodJsonString("unknown class: " + result.error);
+    } else if (!result.error.empty()) {
+        out += ",\"error\":" + IodJsonString(result.error);
+    }
     out += ",\"defects\":[";
     for (size_t i = 0; i < result.defects.size(); ++i) {
         const IodValidationDefect& defect = result.defects[i];
