@@ -12,11 +12,12 @@ Inputs (Debian packages, only needed to regenerate; the outputs are committed):
     own private constants, so that no standard name collides with them.
 
 Outputs:
-  - dicom/src/generated/Dicom_StandardDictionary.inc: the entry table, the sorted tag array and
-    the name indexes used by Dicom_Dictionary.cpp.
+  - dicom/src/generated/Dicom_StandardDictionary.inc: the string pool, the entry table, the
+    sorted tag array and the name indexes used by Dicom_Dictionary.cpp.
   - dicom/inc/Dicom/Dicom_DictionaryNames.inl: the named tag constants, included inside
     class Dicom_Dictionary.
-  - dicom/src/generated/Dicom_UIDTable.inc: the UID table used by Dicom_UIDic.cpp.
+  - dicom/src/generated/Dicom_UIDTable.inc: the string pools and the UID table used by
+    Dicom_UIDic.cpp.
   - dicom/inc/Dicom/Dicom_UIDicNames.inl: the declarations of the Dicom_UIDic constants.
 
 Names: every standard keyword (PatientOrientation) also gets an UPPER_SNAKE name
@@ -28,6 +29,9 @@ private constants keep their names. The dictionary of this DCMTK release needs n
 Ambiguous VRs of the source are written as a first VR, which is the one to use when nothing else
 decides (implicit VR data), and a second one: xs -> US/SS, ox -> OW/OB, px -> OW/OB,
 lt -> OW/US, up -> UL, na -> no VR.
+
+The tables hold no pointers: every text is an offset into a string pool of its table, so that
+the tables are read-only data which the dynamic loader neither relocates nor copies.
 
 Usage: python3 scripts/gen_dictionary.py [--dic FILE] [--uids FILE] [--check]
 The output is deterministic; --check compares instead of writing and fails on a difference.
@@ -105,6 +109,36 @@ def parse_range(text, width):
 
 def c_str(s):
     return '"' + s.replace("\\", "\\\\").replace('"', '\\"') + '"'
+
+
+class StringPool:
+    """The texts of a table, each stored once, NUL-terminated, in one character array; the table
+    refers to them by offset, so that it holds no pointers that the loader would relocate."""
+
+    def __init__(self):
+        self.offsets = {}
+        self.texts = []
+        self.size = 0
+
+    def add(self, text):
+        if text not in self.offsets:
+            if "\0" in text or not text.isprintable():
+                raise ValueError("text not fit for a pool: %r" % text)
+            self.offsets[text] = self.size
+            self.texts.append(text)
+            self.size += len(text.encode()) + 1
+        if self.size >= 1 << 30:
+            raise ValueError("string pool too large")
+        return self.offsets[text]
+
+    def emit(self, decl):
+        """`decl` = "constexpr char kName[]": one literal per text, each ending in an explicit
+        NUL (the array's final NUL is the compiler's)."""
+        out = ["%s =\n" % decl]
+        for t in self.texts:
+            out.append("    %s\n" % c_str(t + "\x00").replace("\x00", "\\0"))
+        out.append("    ;\n")
+        return "".join(out)
 
 
 def read_private_names(path):
@@ -197,11 +231,17 @@ def gen_standard(dic_path, private_names):
                % (len(exact), len(ranges)))
     out.append("constexpr size_t kStandardExactCount = %d;\n" % len(exact))
     out.append("constexpr size_t kStandardCount = %d;\n\n" % len(table))
-    out.append("constexpr Dicom_DictEntry kStandardEntries[kStandardCount] = {\n")
+    pool = StringPool()
+    rows = []
     for e in table:
-        out.append("    {0x%08X, 0x%08X, Dicom_VR::%s, Dicom_VR::%s, %s, Dicom_Tag::NO_IMPLEMENTOR, %s, %s, %s, nullptr},\n"
-                   % (e["tag"], e["mask"], e["vr"], e["vr2"], "true" if e["retired"] else "false",
-                      c_str(e["vm"]), c_str(e["keyword"]), c_str(e["name"])))
+        rows.append("    {0x%08X, 0x%08X, Dicom_VR::%s, Dicom_VR::%s, %s, Dicom_Tag::NO_IMPLEMENTOR, T(%d), T(%d), T(%d), {}},\n"
+                    % (e["tag"], e["mask"], e["vr"], e["vr2"], "true" if e["retired"] else "false",
+                       pool.add(e["vm"]), pool.add(e["keyword"]), pool.add(e["name"])))
+    out.append("// The texts of the entries: VMs, keywords and names, each once.\n")
+    out.append(pool.emit("constexpr char kStandardText[]"))
+    out.append("\n// The entries; T(offset) is a text of kStandardText.\n")
+    out.append("constexpr Dicom_DictEntry kStandardEntries[kStandardCount] = {\n")
+    out.extend(rows)
     out.append("};\n\n")
     out.append("// The single tags again, for a binary search that touches only this array.\n")
     out.append("constexpr uint32_t kStandardTags[kStandardExactCount] = {\n")
@@ -263,11 +303,21 @@ def gen_uids(uid_path, private_names):
     out = [HEADER.format(source=source)]
     out.append("// Standard UIDs sorted by UID (byte order), for binary search.\n")
     out.append("constexpr size_t kUIDCount = %d;\n\n" % len(rows))
-    out.append("constexpr Dicom_UIDEntry kUIDEntries[kUIDCount] = {\n")
+    values = StringPool()
+    texts = StringPool()
+    lines = []
     for r in rows:
-        out.append("    {%s, %s, %s, %s, %s, %s, %s},\n"
-                   % (c_str(r["uid"]), c_str(r["keyword"]), c_str(r["const"] or ""), c_str(r["name"]),
-                      c_str(r["kind"]), "true" if r["retired"] else "false", "true" if r["storage"] else "false"))
+        lines.append("    {V(%d), T(%d), T(%d), T(%d), T(%d), %s, %s},\n"
+                     % (values.add(r["uid"]), texts.add(r["keyword"]), texts.add(r["const"] or ""),
+                        texts.add(r["name"]), texts.add(r["kind"]), "true" if r["retired"] else "false",
+                        "true" if r["storage"] else "false"))
+    out.append("// The UIDs themselves, as bytes: the named constants are values over them.\n")
+    out.append(values.emit("constexpr unsigned char kUIDValues[]"))
+    out.append("\n// Keywords, constant names, names and types of the entries, each once.\n")
+    out.append(texts.emit("constexpr char kUIDText[]"))
+    out.append("\n// The entries; V(offset) is a UID of kUIDValues, T(offset) a text of kUIDText.\n")
+    out.append("constexpr Dicom_UIDEntry kUIDEntries[kUIDCount] = {\n")
+    out.extend(lines)
     out.append("};\n\n")
     out.append("// The named constants: DICOM_UID_CONSTANT(NAME, index into kUIDEntries).\n")
     out.append("#define DICOM_UID_CONSTANTS(X) \\\n")

@@ -9,15 +9,19 @@
 
 namespace {
 
+constexpr Dicom_DictText T(uint32_t offset) { return Dicom_DictText(Dicom_DictText::STANDARD, offset); }
+
 #include "generated/Dicom_StandardDictionary.inc"
 
 // --- the library's own private dictionary ---
+// Its texts (creators, names, VMs) go into a string pool built at compile time from the macro
+// table, so that its entries hold offsets like the standard ones.
 
-constexpr const char* kCreators[] = {
+constexpr std::string_view kCreatorTexts[] = {
 #define DICOM_PRIVATE_CREATOR(INDEX, CREATOR) CREATOR,
 #include <Dicom/Dicom_PrivateDictionary.inl>
 };
-constexpr size_t kCreatorCount = std::size(kCreators);
+constexpr size_t kCreatorCount = std::size(kCreatorTexts);
 
 constexpr bool CreatorsAreInIndexOrder() {
     constexpr int indexes[] = {
@@ -30,21 +34,90 @@ constexpr bool CreatorsAreInIndexOrder() {
 }
 static_assert(CreatorsAreInIndexOrder(), "private creators must be listed with indexes 0, 1, 2, ...");
 
-constexpr Dicom_DictEntry kPrivateEntries[] = {
+struct PrivateSource {
+    std::string_view name;
+    unsigned short creator;
+    uint32_t group;
+    uint32_t lowByte;
+    Dicom_VR vr;
+    std::string_view vm;
+};
+constexpr PrivateSource kPrivateSources[] = {
 #define DICOM_PRIVATE_TAG(NAME, CREATOR, GROUP, LOW_BYTE, VR, VM) \
-    {(uint32_t{GROUP} << 16) | uint32_t{LOW_BYTE},                \
-     0xFFFFFFFFu,                                                 \
-     Dicom_VR::VR,                                                \
-     Dicom_VR::NONE,                                              \
-     false,                                                       \
-     CREATOR,                                                     \
-     VM,                                                          \
-     #NAME,                                                       \
-     #NAME,                                                       \
-     kCreators[CREATOR]},
+    {#NAME, CREATOR, GROUP, LOW_BYTE, Dicom_VR::VR, VM},
 #include <Dicom/Dicom_PrivateDictionary.inl>
 };
-constexpr size_t kPrivateCount = std::size(kPrivateEntries);
+constexpr size_t kPrivateCount = std::size(kPrivateSources);
+
+// The texts of the entry of private creator elements (gggg,0010-00FF).
+constexpr std::string_view kCreatorElementTexts[] = {"1", "PrivateCreator", "PRIVATE_CREATOR"};
+
+// Pool layout: the creator element's texts, every creator, then the name and the VM of every
+// entry, each NUL-terminated.
+constexpr size_t PrivatePoolSize() {
+    size_t n = 0;
+    for (std::string_view c : kCreatorElementTexts) n += c.size() + 1;
+    for (std::string_view c : kCreatorTexts) n += c.size() + 1;
+    for (const PrivateSource& p : kPrivateSources) n += p.name.size() + 1 + p.vm.size() + 1;
+    return n;
+}
+
+struct PrivatePool {
+    std::array<char, PrivatePoolSize()> text{};
+    std::array<uint32_t, std::size(kCreatorElementTexts)> creatorElement{};
+    std::array<uint32_t, kCreatorCount> creator{};
+    std::array<uint32_t, kPrivateCount> name{};
+    std::array<uint32_t, kPrivateCount> vm{};
+};
+
+constexpr PrivatePool kPrivatePool = [] {
+    PrivatePool pool;
+    size_t at = 0;
+    auto put = [&](std::string_view s) {
+        const auto offset = static_cast<uint32_t>(at);
+        for (char c : s) pool.text[at++] = c;
+        pool.text[at++] = '\0';
+        return offset;
+    };
+    for (size_t i = 0; i < std::size(kCreatorElementTexts); ++i)
+        pool.creatorElement[i] = put(kCreatorElementTexts[i]);
+    for (size_t i = 0; i < kCreatorCount; ++i) pool.creator[i] = put(kCreatorTexts[i]);
+    for (size_t i = 0; i < kPrivateCount; ++i) {
+        pool.name[i] = put(kPrivateSources[i].name);
+        pool.vm[i] = put(kPrivateSources[i].vm);
+    }
+    return pool;
+}();
+
+constexpr auto kPrivateEntries = [] {
+    std::array<Dicom_DictEntry, kPrivateCount> entries{};
+    for (size_t i = 0; i < kPrivateCount; ++i) {
+        const PrivateSource& p = kPrivateSources[i];
+        const Dicom_DictText name(Dicom_DictText::PRIVATE, kPrivatePool.name[i]);
+        entries[i] = {(p.group << 16) | p.lowByte,
+                      0xFFFFFFFFu,
+                      p.vr,
+                      Dicom_VR::NONE,
+                      false,
+                      p.creator,
+                      Dicom_DictText(Dicom_DictText::PRIVATE, kPrivatePool.vm[i]),
+                      name,
+                      name,
+                      Dicom_DictText(Dicom_DictText::PRIVATE, kPrivatePool.creator[p.creator])};
+    }
+    return entries;
+}();
+
+// A text of the dictionary's pools, also in constant expressions.
+constexpr std::string_view TextOf(Dicom_DictText t) {
+    if (t.IsNone()) return {};
+    if (t.GetPool() == Dicom_DictText::PRIVATE) {
+        const std::string_view rest =
+            std::string_view(kPrivatePool.text.data(), kPrivatePool.text.size()).substr(t.GetOffset());
+        return rest.substr(0, rest.find('\0'));
+    }
+    return std::string_view(kStandardText + t.GetOffset());
+}
 
 // Key of a private attribute: creator, group, element low byte.
 constexpr uint64_t PrivateKey(unsigned implementor, unsigned group, unsigned lowByte) {
@@ -67,7 +140,7 @@ constexpr auto kPrivateByName = [] {
     std::array<uint16_t, kPrivateCount> order{};
     for (size_t i = 0; i < kPrivateCount; ++i) order[i] = static_cast<uint16_t>(i);
     std::sort(order.begin(), order.end(), [](uint16_t a, uint16_t b) {
-        return std::string_view(kPrivateEntries[a].name) < std::string_view(kPrivateEntries[b].name);
+        return TextOf(kPrivateEntries[a].name) < TextOf(kPrivateEntries[b].name);
     });
     return order;
 }();
@@ -91,8 +164,8 @@ constexpr bool PrivateTableIsConsistent() {
         if (e.vr == Dicom_VR::NONE) return false;
     }
     for (size_t i = 1; i < kPrivateCount; ++i)
-        if (std::string_view(kPrivateEntries[kPrivateByName[i - 1]].name) ==
-            std::string_view(kPrivateEntries[kPrivateByName[i]].name))
+        if (TextOf(kPrivateEntries[kPrivateByName[i - 1]].name) ==
+            TextOf(kPrivateEntries[kPrivateByName[i]].name))
             return false;
     return true;
 }
@@ -101,8 +174,16 @@ static_assert(PrivateTableIsConsistent(),
 
 // Private creator elements (gggg,0010)..(gggg,00FF) of any odd group; Lookup applies the range.
 constexpr Dicom_DictEntry kPrivateCreatorEntry{
-    0x00010000, 0x0001FF00,       Dicom_VR::LO,      Dicom_VR::NONE, false, Dicom_Tag::NO_IMPLEMENTOR,
-    "1",        "PrivateCreator", "PRIVATE_CREATOR", nullptr};
+    0x00010000,
+    0x0001FF00,
+    Dicom_VR::LO,
+    Dicom_VR::NONE,
+    false,
+    Dicom_Tag::NO_IMPLEMENTOR,
+    Dicom_DictText(Dicom_DictText::PRIVATE, kPrivatePool.creatorElement[0]),
+    Dicom_DictText(Dicom_DictText::PRIVATE, kPrivatePool.creatorElement[1]),
+    Dicom_DictText(Dicom_DictText::PRIVATE, kPrivatePool.creatorElement[2]),
+    {}};
 
 // --- the standard single tags by hash ---
 // The parser asks for tags in no predictable order, where a binary search over 5,000 tags costs
@@ -193,21 +274,20 @@ const Dicom_DictEntry* FindStandard(uint32_t t) {
 }
 
 template <size_t N>
-const Dicom_DictEntry* FindByName(const char* s, const Dicom_DictEntry* entries, const uint16_t (&order)[N],
-                                  const char* Dicom_DictEntry::*field) {
+const Dicom_DictEntry* FindByName(std::string_view key, const Dicom_DictEntry* entries,
+                                  const uint16_t (&order)[N], Dicom_DictText Dicom_DictEntry::*field) {
     const uint16_t* end = order + N;
     const uint16_t* it = std::lower_bound(
-        order, end, s, [&](uint16_t i, const char* key) { return std::strcmp(entries[i].*field, key) < 0; });
-    if (it != end && std::strcmp(entries[*it].*field, s) == 0) return &entries[*it];
+        order, end, key, [&](uint16_t i, std::string_view k) { return TextOf(entries[i].*field) < k; });
+    if (it != end && TextOf(entries[*it].*field) == key) return &entries[*it];
     return nullptr;
 }
 
-const Dicom_DictEntry* FindPrivateByName(const char* s) {
-    const std::string_view key(s);
+const Dicom_DictEntry* FindPrivateByName(std::string_view key) {
     const auto* it =
         std::lower_bound(kPrivateByName.begin(), kPrivateByName.end(), key,
-                         [](uint16_t i, std::string_view k) { return kPrivateEntries[i].name < k; });
-    if (it != kPrivateByName.end() && kPrivateEntries[*it].name == key) return &kPrivateEntries[*it];
+                         [](uint16_t i, std::string_view k) { return TextOf(kPrivateEntries[i].name) < k; });
+    if (it != kPrivateByName.end() && TextOf(kPrivateEntries[*it].name) == key) return &kPrivateEntries[*it];
     return nullptr;
 }
 
@@ -318,8 +398,7 @@ Dicom_Tag Dicom_Dictionary::Construct_Tag(const char* name, const char* creator)
             return Dicom_Tag(static_cast<unsigned short>(group), static_cast<unsigned short>(element & 0xFF),
                              implementor);
         }
-        const std::string key(text);
-        const Dicom_DictEntry* e = FindPrivateByName(key.c_str());
+        const Dicom_DictEntry* e = FindPrivateByName(text);
         if (e != nullptr && TrimCreator(e->creator) == wanted) return e->GetTag();
         return Dicom_Tag::ILLEGAL_TAG;
     }
@@ -337,5 +416,20 @@ size_t Dicom_Dictionary::PrivateEntryCount() { return kPrivateCount; }
 const Dicom_DictEntry& Dicom_Dictionary::PrivateEntry(size_t index) { return kPrivateEntries[index]; }
 size_t Dicom_Dictionary::PrivateCreatorCount() { return kCreatorCount; }
 const char* Dicom_Dictionary::PrivateCreator(size_t index) {
-    return index < kCreatorCount ? kCreators[index] : nullptr;
+    return index < kCreatorCount ? kPrivatePool.text.data() + kPrivatePool.creator[index] : nullptr;
+}
+
+const char* Dicom_DictText::c_str() const {
+    if (IsNone()) return nullptr;
+    switch (GetPool()) {
+        case STANDARD:
+            return kStandardText + GetOffset();
+        case PRIVATE:
+            return kPrivatePool.text.data() + GetOffset();
+        case UID_TEXT:
+            return UIDTextPool() + GetOffset();
+        case UID_VALUE:
+            return UIDValuePool() + GetOffset();
+    }
+    return nullptr;
 }

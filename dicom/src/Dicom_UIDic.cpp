@@ -9,22 +9,45 @@
 
 namespace {
 
+constexpr Dicom_DictText V(uint32_t offset) { return Dicom_DictText(Dicom_DictText::UID_VALUE, offset); }
+constexpr Dicom_DictText T(uint32_t offset) { return Dicom_DictText(Dicom_DictText::UID_TEXT, offset); }
+
 #include "generated/Dicom_UIDTable.inc"
 
+// A UID of the table as its bytes, also in constant expressions.
+constexpr const unsigned char* ValueBytes(size_t index) {
+    return kUIDValues + kUIDEntries[index].uid.GetOffset();
+}
+constexpr uint32_t ValueLength(size_t index) {
+    const unsigned char* p = ValueBytes(index);
+    uint32_t n = 0;
+    while (p[n] != 0) ++n;
+    return n;
+}
+const char* ValueChars() { return reinterpret_cast<const char*>(kUIDValues); }
+std::string_view UIDOf(size_t index) {
+    return std::string_view(ValueChars() + kUIDEntries[index].uid.GetOffset());
+}
+constexpr std::string_view TextOf(Dicom_DictText t) { return std::string_view(kUIDText + t.GetOffset()); }
+
+constexpr bool ByteLess(const unsigned char* a, const unsigned char* b) {
+    while (*a != 0 && *a == *b) ++a, ++b;
+    return *a < *b;
+}
 constexpr bool SortedByUID() {
     for (size_t i = 1; i < kUIDCount; ++i)
-        if (std::string_view(kUIDEntries[i - 1].uid).compare(kUIDEntries[i].uid) >= 0) return false;
+        if (!ByteLess(ValueBytes(i - 1), ValueBytes(i))) return false;
     return true;
 }
 static_assert(SortedByUID(), "the UID table must be sorted by UID and free of duplicates");
 
 // Orders of the table by another field, built on first use.
-template <const char* Dicom_UIDEntry::*Field>
+template <Dicom_DictText Dicom_UIDEntry::*Field>
 std::array<uint16_t, kUIDCount> SortedBy() {
     std::array<uint16_t, kUIDCount> order{};
     for (size_t i = 0; i < kUIDCount; ++i) order[i] = static_cast<uint16_t>(i);
     std::sort(order.begin(), order.end(), [](uint16_t a, uint16_t b) {
-        return std::string_view(kUIDEntries[a].*Field).compare(kUIDEntries[b].*Field) < 0;
+        return TextOf(kUIDEntries[a].*Field).compare(TextOf(kUIDEntries[b].*Field)) < 0;
     });
     return order;
 }
@@ -37,13 +60,12 @@ const std::array<uint16_t, kUIDCount>& ByConstant() {
     return order;
 }
 
-template <const char* Dicom_UIDEntry::*Field>
+template <Dicom_DictText Dicom_UIDEntry::*Field>
 const Dicom_UIDEntry* FindIn(const std::array<uint16_t, kUIDCount>& order, std::string_view key) {
     const auto* it = std::lower_bound(order.begin(), order.end(), key, [](uint16_t i, std::string_view k) {
-        return std::string_view(kUIDEntries[i].*Field).compare(k) < 0;
+        return TextOf(kUIDEntries[i].*Field).compare(k) < 0;
     });
-    if (it != order.end() && std::string_view(kUIDEntries[*it].*Field).compare(key) == 0)
-        return &kUIDEntries[*it];
+    if (it != order.end() && TextOf(kUIDEntries[*it].*Field).compare(key) == 0) return &kUIDEntries[*it];
     return nullptr;
 }
 
@@ -54,10 +76,11 @@ const Dicom_UIDEntry* Dicom_UIDic::Find(const char* uid, size_t length) {
     while (length > 0 && (uid[length - 1] == '\0' || uid[length - 1] == ' ')) --length;
     const std::string_view key(uid, length);
     const Dicom_UIDEntry* end = kUIDEntries + kUIDCount;
-    const Dicom_UIDEntry* it = std::lower_bound(
-        kUIDEntries, end, key,
-        [](const Dicom_UIDEntry& e, std::string_view k) { return std::string_view(e.uid).compare(k) < 0; });
-    if (it != end && std::string_view(it->uid).compare(key) == 0) return it;
+    const Dicom_UIDEntry* it =
+        std::lower_bound(kUIDEntries, end, key, [](const Dicom_UIDEntry& e, std::string_view k) {
+            return UIDOf(static_cast<size_t>(&e - kUIDEntries)).compare(k) < 0;
+        });
+    if (it != end && UIDOf(static_cast<size_t>(it - kUIDEntries)).compare(key) == 0) return it;
     return nullptr;
 }
 
@@ -67,7 +90,7 @@ const Dicom_UIDEntry* Dicom_UIDic::Find(const char* uid) {
 
 const char* Dicom_UIDic::Name(const char* uid, size_t length) {
     const Dicom_UIDEntry* e = Find(uid, length);
-    return e ? e->name : nullptr;
+    return e ? e->name.c_str() : nullptr;
 }
 
 const char* Dicom_UIDic::Name(const char* uid) { return uid ? Name(uid, std::strlen(uid)) : nullptr; }
@@ -86,14 +109,13 @@ bool Dicom_UIDic::IsStorageSOPClass(const char* uid, size_t length) {
 size_t Dicom_UIDic::Count() { return kUIDCount; }
 const Dicom_UIDEntry& Dicom_UIDic::Entry(size_t index) { return kUIDEntries[index]; }
 
-// The named constants. They are built ahead of the default order of static initialisation, so
-// that static objects elsewhere (defined-term constants, file-static transfer syntaxes) may copy
-// them while they are built themselves.
-namespace {
-int g_constantStatus = 0;  // the constructors' status; every UID of the table is valid
-}
+const char* Dicom_DictText::UIDTextPool() { return kUIDText; }
+const char* Dicom_DictText::UIDValuePool() { return ValueChars(); }
 
+// The named constants: values over the table's bytes, initialised at compile time, so that static
+// objects elsewhere (defined-term constants, file-static transfer syntaxes) may copy them while
+// they are built themselves, whatever the order of initialisation.
 #define DICOM_UID_DEFINE(NAME, INDEX) \
-    [[gnu::init_priority(1000)]] const Dicom_UI Dicom_UIDic::NAME(kUIDEntries[INDEX].uid, &g_constantStatus);
+    constinit const Dicom_UI Dicom_UIDic::NAME(Dicom_UI::StaticBytes{ValueBytes(INDEX), ValueLength(INDEX)});
 DICOM_UID_CONSTANTS(DICOM_UID_DEFINE)
 #undef DICOM_UID_DEFINE

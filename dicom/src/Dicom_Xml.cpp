@@ -78,7 +78,7 @@ void DataSet(std::string& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
             indent + "<element tag=\"" + tagText + "\" vr=\"" + (v ? Dicom_VRName(v->GetVR()) : "UN") + "\"";
         if (entry && entry->keyword) {
             out += " keyword=\"";
-            Escape(out, entry->keyword);
+            Escape(out, entry->keyword.c_str());
             out += "\"";
         }
         if (v && v->GetVR() == Dicom_VR::SQ) {

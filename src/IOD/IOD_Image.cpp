@@ -18,8 +18,9 @@ IOD_DEFINE_UID_CONSTRUCTOR(IOD_Image, IOD_IOD)
 IOD_DEFINE_ASSIGNMENT(IOD_Image)
 
 // --- defined terms ---
-// Built ahead of the default order of static initialisation (after the DICOM layer's constants,
-// priority 1000), so that static objects of any user may read them; see IOD_Image.h. No constant
+// Built ahead of the default order of static initialisation (the DICOM layer's UID constants are
+// initialised at compile time), so that static objects of any user may read them; see
+// IOD_Image.h. No constant
 // depends on another. The constructors' status is not consulted: every text is kept as it
 // stands, also the two code strings longer than 16 characters.
 namespace {

@@ -266,7 +266,7 @@ TEST(DictionaryLookup, AgreesWithTheDataDictionaryFile) {
         for (unsigned t : inside) {
             const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(t));
             ASSERT_NE(e, nullptr) << line;
-            EXPECT_EQ(e->keyword, keyword) << line;
+            EXPECT_EQ(e->keyword.c_str(), keyword) << line;
             EXPECT_EQ(D::FindVR(Dicom_Tag(t)), e->vr) << line;
             if (f[1] == "na") {
                 EXPECT_EQ(e->vr, Dicom_VR::NONE) << line;
@@ -283,7 +283,7 @@ TEST(DictionaryLookup, AgreesWithTheDataDictionaryFile) {
         }
         for (unsigned t : outside) {
             const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(t));
-            EXPECT_TRUE(e == nullptr || e->keyword != keyword) << line;
+            EXPECT_TRUE(e == nullptr || e->keyword.c_str() != keyword) << line;
         }
     }
     EXPECT_GT(checked, 4900u);
@@ -315,11 +315,11 @@ TEST(DictionaryByName, EveryEntryIsFoundByBothItsNames) {
         const Dicom_DictEntry& e = D::StandardEntry(i);
         EXPECT_EQ(D::LookupByName(e.keyword), &e) << e.keyword;
         EXPECT_EQ(D::LookupByName(e.name), &e) << e.name;
-        EXPECT_TRUE(names.insert(e.name).second) << "duplicate name " << e.name;
+        EXPECT_TRUE(names.insert(e.name.c_str()).second) << "duplicate name " << e.name;
         EXPECT_NE(e.name[0], '\0');
     }
     for (size_t i = 0; i < D::PrivateEntryCount(); ++i)
-        EXPECT_TRUE(names.insert(D::PrivateEntry(i).name).second) << D::PrivateEntry(i).name;
+        EXPECT_TRUE(names.insert(D::PrivateEntry(i).name.c_str()).second) << D::PrivateEntry(i).name;
 }
 
 TEST(DictionaryConstructTag, NamesAndHexTextGiveTags) {
@@ -433,7 +433,7 @@ TEST(PrivateDictionary, EveryEntryIsFoundInDictionaryAndMessageForm) {
         const Dicom_DictEntry& e = D::PrivateEntry(i);
         const Dicom_Tag tag = e.GetTag();
         ASSERT_TRUE(e.IsPrivate());
-        EXPECT_EQ(e.creator, std::string(ImplementorIDVector::Name(e.implementor))) << e.name;
+        EXPECT_EQ(e.creator.c_str(), std::string(ImplementorIDVector::Name(e.implementor))) << e.name;
         EXPECT_EQ(D::Lookup(tag), &e) << e.name;
         EXPECT_EQ(D::LookupByName(e.name), &e) << e.name;
         EXPECT_EQ(Dicom_Tag::Construct_Tag(e.name, e.creator), tag) << e.name;

@@ -160,7 +160,7 @@ bool IsBracketed(Dicom_VR vr) {
 
 std::string Keyword(const Dicom_Tag& tag) {
     if (const Dicom_DictEntry* entry = Dicom_Dictionary::Lookup(tag)) {
-        if (entry->keyword != nullptr && entry->keyword[0] != '\0') return entry->keyword;
+        if (entry->keyword != nullptr && entry->keyword[0] != '\0') return entry->keyword.c_str();
     }
     if (tag.IsPrivate()) {
         if (tag.IsPrivateImplementor()) return "PrivateCreator";

@@ -10,18 +10,21 @@
 // (see Dicom_PrivateDictionary.inl); a message resolves them to (gggg,bbxx) through the creator's
 // reservation element.
 //
-// All lookups are allocation-free binary searches over constant tables; the parser calls FindVR
-// for every element of an implicit-VR data set.
+// All lookups are allocation-free searches over constant tables built at compile time (nothing is
+// built or relocated when the library loads); the parser calls FindVR for every element of an
+// implicit-VR data set.
 #pragma once
 
+#include <Dicom/Dicom_DictText.h>
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_VR.h>
 
 #include <cstddef>
 #include <cstdint>
 
-// One dictionary entry. A range entry (mask != 0xFFFFFFFF) stands for every tag t with
-// (t & mask) == tag, such as (60xx,3000), (0020,31xx) or the group lengths (gggg,0000).
+// One dictionary entry: constant data without pointers (see Dicom_DictText). A range entry (mask !=
+// 0xFFFFFFFF) stands for every tag t with (t & mask) == tag, such as (60xx,3000), (0020,31xx) or the group
+// lengths (gggg,0000).
 struct Dicom_DictEntry {
     uint32_t tag;   // group << 16 | element; for a private entry (group,00xx)
     uint32_t mask;  // bits of a tag that must equal `tag`
@@ -29,13 +32,13 @@ struct Dicom_DictEntry {
     Dicom_VR vr2;   // the other VR of an ambiguous attribute (US/SS, OW/OB), else Dicom_VR::NONE
     bool retired;
     unsigned short implementor;  // private entries: the creator's implementor index
-    const char* vm;              // "1", "2-n", ...
-    const char* keyword;         // "PatientOrientation"; private entries: the constant's name
-    const char* name;            // "PATIENT_ORIENTATION"
-    const char* creator;         // private entries: the private creator string; else nullptr
+    Dicom_DictText vm;           // "1", "2-n", ...
+    Dicom_DictText keyword;      // "PatientOrientation"; private entries: the constant's name
+    Dicom_DictText name;         // "PATIENT_ORIENTATION"
+    Dicom_DictText creator;      // private entries: the private creator string; else none (nullptr)
 
     constexpr bool IsRange() const { return mask != 0xFFFFFFFFu; }
-    constexpr bool IsPrivate() const { return creator != nullptr; }
+    constexpr bool IsPrivate() const { return !creator.IsNone(); }
     constexpr bool IsAmbiguous() const { return vr2 != Dicom_VR::NONE; }
     constexpr bool Matches(uint32_t t) const { return (t & mask) == tag; }
     // The tag of the entry: the first tag of a range; for a private entry the unresolved tag

@@ -31,6 +31,8 @@ public:
 
 protected:
     constexpr explicit Dicom_StringType(Dicom_VR vr) : Dicom_Type(vr) {}
+    constexpr Dicom_StringType(Dicom_VR vr, const unsigned char* staticData, uint32_t length)
+        : Dicom_Type(vr, staticData, length) {}
     Dicom_StringType(const Dicom_StringType&) = default;
     Dicom_StringType& operator=(const Dicom_StringType&) = default;
 
@@ -47,6 +49,12 @@ public:
     static constexpr Dicom_VR kVR = V;
 
     constexpr Dicom_StringValue() : Dicom_StringType(V) {}
+    // Over constant bytes of static storage (see Dicom_Type); for the derived classes' constants.
+    struct StaticBytes {
+        const unsigned char* data;
+        uint32_t length;
+    };
+    constexpr explicit Dicom_StringValue(StaticBytes bytes) : Dicom_StringType(V, bytes.data, bytes.length) {}
     Dicom_StringValue(const char* text, int* status = nullptr) : Dicom_StringType(V) {  // NOLINT: implicit
         InitText(text, text ? std::strlen(text) : 0, status);
     }

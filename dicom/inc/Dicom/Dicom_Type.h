@@ -114,6 +114,9 @@ public:
 
 protected:
     explicit constexpr Dicom_Type(Dicom_VR vr) : m_vr(vr) {}
+    // A value over constant bytes of static storage, neither copied nor owned (named constants).
+    constexpr Dicom_Type(Dicom_VR vr, const unsigned char* staticData, uint32_t length)
+        : m_data(staticData), m_len(length), m_vr(vr) {}
     // Copies own their bytes; values of up to 8 bytes (single numbers, short codes) are copied
     // inline without allocating.
     Dicom_Type(const Dicom_Type& other)

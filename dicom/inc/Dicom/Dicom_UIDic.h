@@ -4,20 +4,23 @@
 // is a named constant, Dicom_UIDic::CT_IMAGE_STORAGE, Dicom_UIDic::EXPLICIT_VR_LITTLE_ENDIAN, and an
 // entry of a table sorted by UID, through which dumps find a UID's name.
 //
-// The constants are Dicom_UI values built while the library loads, ahead of the default
-// initialisation order of static objects; the table lookups need no construction at all.
+// The constants are Dicom_UI values over the table's constant bytes, initialised at compile time:
+// they are usable by any static object of any library, whatever the order of initialisation, and
+// cost nothing when the library loads. The table is constant data without pointers.
 #pragma once
+
+#include <Dicom/Dicom_DictText.h>
 
 #include <cstddef>
 
 class Dicom_UI;
 
 struct Dicom_UIDEntry {
-    const char* uid;       // "1.2.840.10008.5.1.4.1.1.2"
-    const char* keyword;   // "CTImageStorage"
-    const char* constant;  // "CT_IMAGE_STORAGE"; "" when the UID has no constant of its own
-    const char* name;      // "CT Image Storage"
-    const char* type;      // "SOP Class", "Transfer Syntax", "Well-known SOP Instance", ...
+    Dicom_DictText uid;       // "1.2.840.10008.5.1.4.1.1.2"
+    Dicom_DictText keyword;   // "CTImageStorage"
+    Dicom_DictText constant;  // "CT_IMAGE_STORAGE"; "" when the UID has no constant of its own
+    Dicom_DictText name;      // "CT Image Storage"
+    Dicom_DictText type;      // "SOP Class", "Transfer Syntax", "Well-known SOP Instance", ...
     bool retired;
     bool storage;  // a storage SOP class
 };
