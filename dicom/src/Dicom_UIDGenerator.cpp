@@ -1,9 +1,8 @@
 // Dicom_UIDGenerator: "2.25." followed by a random 128-bit number in decimal.
 #include <Dicom/Dicom_UI.h>
 #include <Dicom/Dicom_UIDGenerator.h>
-#include <sys/random.h>
+#include <openssl/rand.h>
 
-#include <cerrno>
 #include <stdexcept>
 
 __extension__ typedef unsigned __int128 Uint128;
@@ -12,17 +11,8 @@ Dicom_UIDGenerator::Dicom_UIDGenerator() = default;
 
 std::string Dicom_UIDGenerator::GenerateString() {
     unsigned char bytes[16];
-    // The kernel's random source: thread-safe, seeded by the operating system, and it blocks only
-    // until the source is first initialised at boot.
-    size_t got = 0;
-    while (got < sizeof bytes) {
-        const ssize_t n = getrandom(bytes + got, sizeof bytes - got, 0);
-        if (n > 0) {
-            got += static_cast<size_t>(n);
-        } else if (n < 0 && errno != EINTR) {
-            throw std::runtime_error("Dicom_UIDGenerator: no random bytes");
-        }
-    }
+    // RAND_bytes is thread-safe and seeded by the operating system.
+    if (RAND_bytes(bytes, sizeof bytes) != 1) throw std::runtime_error("Dicom_UIDGenerator: no random bytes");
     Uint128 n = 0;
     for (unsigned char b : bytes) n = (n << 8) | b;
     char digits[40];

@@ -1,13 +1,14 @@
 // Dicom_LO::GetEncoded: keyed one-way encoding of identifiers.
 #include <Dicom/Dicom_LO.h>
 #include <KvlLog/Kvl_LogFile.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
 
-#include "Dicom_Sha256.h"
 #include "Dicom_ValuesUtil.h"
 
 namespace {
@@ -33,7 +34,12 @@ Dicom_LO Dicom_LO::GetEncoded() const {
         m_len ? std::string_view(reinterpret_cast<const char*>(m_data), m_len) : std::string_view(), true);
     if (text.empty()) return Dicom_LO();
     const std::string& key = Key();
-    const Dicom_Sha256::Digest mac = Dicom_Sha256::Hmac(key, text);
+    unsigned char mac[EVP_MAX_MD_SIZE];
+    unsigned int macLen = 0;
+    if (!HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()),
+              reinterpret_cast<const unsigned char*>(text.data()), text.size(), mac, &macLen) ||
+        macLen < 32)
+        return Dicom_LO();
     static const char kHex[] = "0123456789ABCDEF";
     char out[64];
     for (int i = 0; i < 32; ++i) {
