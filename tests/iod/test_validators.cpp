@@ -29,20 +29,8 @@ namespace {
 
 using D = Dicom_Dictionary;
 using Check = int (IOD_Image::*)() const;
-using Change = std::function<void(IOD_Msg&)>;
 using Lines = std::vector<std::string>;
 
-Change Drop(const Dicom_Tag& tag) {
-    return [tag](IOD_Msg& m) { m.Remove(tag); };
-}
-template <class V>
-Change Empty(const Dicom_Tag& tag) {
-    return [tag](IOD_Msg& m) { Put(m, tag, V()); };
-}
-template <class V>
-Change With(const Dicom_Tag& tag, const V& value) {
-    return [tag, value](IOD_Msg& m) { Put(m, tag, V(value)); };
-}
 Change Text(const Dicom_Tag& tag, const char* text) {  // code strings and decimal strings by VR
     return [tag, text](IOD_Msg& m) {
         const Dicom_Type* old = m.Get(tag);
@@ -53,12 +41,6 @@ Change Text(const Dicom_Tag& tag, const char* text) {  // code strings and decim
         }
     };
 }
-Change All(std::vector<Change> changes) {
-    return [changes](IOD_Msg& m) {
-        for (const Change& c : changes) c(m);
-    };
-}
-
 struct Case {
     const char* what;
     Change change;  // applied to a complete CT image

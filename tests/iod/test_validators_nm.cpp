@@ -13,7 +13,6 @@ namespace {
 
 using D = Dicom_Dictionary;
 using Check = int (IOD_Image::*)() const;
-using Change = std::function<void(IOD_Msg&)>;
 using Lines = std::vector<std::string>;
 
 Dicom_Msg* Item(std::vector<std::pair<Dicom_Tag, Dicom_Type*>> values) {
@@ -93,13 +92,6 @@ void FillCompleteNM(IOD_Msg& nm, const char* kind) {
 const char* const kKinds[] = {"STATIC", "DYNAMIC",    "GATED",      "WHOLE BODY",
                               "TOMO",   "GATED TOMO", "RECON TOMO", "RECON GATED TOMO"};
 
-Change Drop(const Dicom_Tag& tag) {
-    return [tag](IOD_Msg& m) { m.Remove(tag); };
-}
-template <class V>
-Change With(const Dicom_Tag& tag, const V& value) {
-    return [tag, value](IOD_Msg& m) { Put(m, tag, V(value)); };
-}
 Change Code(const Dicom_Tag& tag, const char* text) {
     return [tag, text](IOD_Msg& m) { Put(m, tag, Dicom_CS(text, nullptr)); };
 }
@@ -107,12 +99,6 @@ Change Code(const Dicom_Tag& tag, const char* text) {
 Change FirstItem(const Dicom_Tag& tag, std::function<Dicom_Msg*()> item) {
     return [tag, item](IOD_Msg& m) { Put(m, tag, Sequence({item()})); };
 }
-Change All(std::vector<Change> changes) {
-    return [changes](IOD_Msg& m) {
-        for (const Change& c : changes) c(m);
-    };
-}
-
 struct Case {
     const char* what;
     const char* kind;
