@@ -110,7 +110,7 @@ length)
         for ts in "" explicit implicit big deflated; do
             [ "$f" = JPEG2000.dcm ] && [ -n "$ts" ] && continue
             name="len-$f-${ts:-asread}"
-            check "$name" 0 -- "$iodtool" length "$files/$f" ${ts:+--transfer-syntax "$ts"}
+            check "$name" 0 -- "$iodtool" length "$files/$f" ${ts:+-t "$ts"}  # --transfer-syntax: below
             "$iodtool" convert "$files/$f" "$work/$name.dcm" ${ts:+--transfer-syntax "$ts"} || fail "$name: convert failed"
             size=$(stat -c %s "$work/$name.dcm")
             expect_grep "$name" out "^file: +$size bytes"
