@@ -95,8 +95,8 @@ struct Reader {
                                        bool undefinedLength, int depth, unsigned short charset,
                                        const unsigned char* outerLimit, const Dicom_Tag& tag);
     Dicom_Msg* TryItem(const unsigned char* p, const unsigned char* end, int depth, unsigned short charset);
-    const unsigned char* TrySequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* end, int depth,
-                                     unsigned short charset, const Dicom_Tag& tag);
+    const unsigned char* TrySequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* end,
+                                     int depth, unsigned short charset, const Dicom_Tag& tag);
     const unsigned char* ParseFragments(const unsigned char* p, const unsigned char* limit,
                                         const unsigned char** content, uint32_t* contentLength);
 };
@@ -253,9 +253,10 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
             SetSequenceUndefinedLength(sq, false);
             if (!TrySequence(sq, p, limit, depth + 1, charset, tag))
                 return Fail("value extends past the end of the input");
-            KVL_LOG("dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
-                    "sequence %s of %u bytes runs %llu bytes past the end of its data set; read up to that end\n",
-                    tag.ToString().c_str(), len, static_cast<unsigned long long>(len - (limit - p)));
+            KVL_LOG(
+                "dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
+                "sequence %s of %u bytes runs %llu bytes past the end of its data set; read up to that end\n",
+                tag.ToString().c_str(), len, static_cast<unsigned long long>(len - (limit - p)));
             Dicom_ME* me = new (arena) Dicom_ME(tag, sq);
             if (!AddParsed(msg, elems, me, *this)) return nullptr;
             p = limit;
@@ -303,7 +304,8 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
 
 // Reads one item of defined length over [p, end) without leaving a trace when it fails: values
 // are copied rather than swapped in place, the fault is forgotten. Null when it does not read.
-Dicom_Msg* Reader::TryItem(const unsigned char* p, const unsigned char* end, int depth, unsigned short charset) {
+Dicom_Msg* Reader::TryItem(const unsigned char* p, const unsigned char* end, int depth,
+                           unsigned short charset) {
     --repairBudget;
     const bool saveOwns = ownsBuffer;
     ownsBuffer = false;
@@ -373,9 +375,10 @@ const unsigned char* Reader::ParseSequence(Dicom_SQ* sq, const unsigned char* p,
             if (!item) return Fail("item extends past the end of its sequence");
             items.Append(item);
             sq->SetItemUndefinedLength(items.GetNItems() - 1, false);
-            KVL_LOG("dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
-                    "item %d of sequence %s: its length %u runs %llu bytes past the end of the sequence; %s\n",
-                    items.GetNItems(), tag.ToString().c_str(), len, over, repaired);
+            KVL_LOG(
+                "dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
+                "item %d of sequence %s: its length %u runs %llu bytes past the end of the sequence; %s\n",
+                items.GetNItems(), tag.ToString().c_str(), len, over, repaired);
             return end;
         }
         Dicom_Msg* item = new Dicom_Msg();
@@ -515,15 +518,17 @@ Dicom_Codec::ParseResult Dicom_Codec::Parse(Dicom_Msg& msg, const unsigned char*
     } else {
         readExplicit = ts.IsExplicitVR();
         // A syntax that contradicts the data (explicit VR announced, implicit VR written, or the
-        // reverse) is corrected from the first element: native syntaxes are replaced, the others
-        // keep their name and are read with the VR form found.
+        // reverse) is corrected from the first element: the message reports the syntax read and
+        // keeps the one a meta group named (for the encapsulated pixel data it announces).
         if (rest >= 8 && !ts.IsBigEndian() && !ts.IsDeflated() && ts.IsKnown()) {
             const auto k = Detect(buf + pos, rest);
             const bool detectedExplicit = k != Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN;
             if (k != Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN && detectedExplicit != ts.IsExplicitVR()) {
-                if (ts.GetKind() == Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN ||
-                    ts.GetKind() == Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN)
-                    ts = Dicom_TransferSyntax(k);
+                KVL_LOG("dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 6, 20,
+                        "the data set contradicts its syntax %s; read as %s\n", ts.GetUID().c_str(),
+                        Dicom_TransferSyntax(k).GetUID().c_str());
+                if (meta) NamedSyntaxOf(msg) = ts;
+                ts = Dicom_TransferSyntax(k);
                 readExplicit = detectedExplicit;
             }
         }

@@ -296,8 +296,15 @@ bool DeflatedDataSet(const Dicom_Msg& msg, std::vector<unsigned char>& out, std:
 }  // namespace
 
 Dicom_TransferSyntax Dicom_Codec::Resolve(const Dicom_Msg& msg, const Dicom_TransferSyntax& requested) {
-    if (requested.IsSpecified()) return requested;
     const Dicom_TransferSyntax& read = msg.GetTransferSyntax();
+    // Encapsulated pixel data read under a contradicted meta group: "as read" (or the syntax read,
+    // which cannot hold it) means the encapsulated syntax the meta group named.
+    const Dicom_TransferSyntax& named = msg.GetNamedTransferSyntax();
+    if (named.IsEncapsulated() && !read.IsEncapsulated() && (!requested.IsSpecified() || requested == read)) {
+        const Dicom_ME* pixels = msg.Find(Dicom_Tag(0x7FE0, 0x0010), false);
+        if (pixels && IsEncapsulatedValue(pixels->GetData())) return named;
+    }
+    if (requested.IsSpecified()) return requested;
     if (read.IsKnown()) return read;
     return Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
 }

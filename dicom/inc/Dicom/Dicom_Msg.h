@@ -128,7 +128,13 @@ public:
     // group and data set, exactly what Encode(out, syntax, true) writes. Invalid when that write
     // would fail.
     Dicom_DumpLen GetFileDumpLen(const Dicom_TransferSyntax& syntax = Dicom_TransferSyntax()) const;
+    // The syntax the data set was read in. When the meta group names a syntax the data set
+    // contradicts (an encapsulated syntax over implicit VR elements, say), this is the syntax
+    // actually read and GetNamedTransferSyntax() is the one the meta group named; encoding "as
+    // read" then writes encapsulated pixel data in the named syntax, so that nothing is lost.
     const Dicom_TransferSyntax& GetTransferSyntax() const { return m_syntax; }
+    // The syntax named by a meta group that the data set contradicted; unspecified otherwise.
+    const Dicom_TransferSyntax& GetNamedTransferSyntax() const { return m_namedSyntax; }
     Dicom_SwapInfo::msg_source GetSource() const { return m_source; }
 
     // --- trusted buffers: the layer's internal format for fast deep copies ---
@@ -244,7 +250,8 @@ private:
     friend class Dicom_MsgIterator;
     mutable Dicom_SortedVector m_elements;
     Dicom_TransferSyntax m_syntax;
-    Dicom_Arena* m_arena = nullptr;  // memory of parsed elements; shared with items
+    Dicom_TransferSyntax m_namedSyntax;  // a contradicted meta group's syntax (see GetNamedTransferSyntax)
+    Dicom_Arena* m_arena = nullptr;      // memory of parsed elements; shared with items
     Dicom_SwapInfo::msg_source m_source = Dicom_SwapInfo::FROM_MEMORY;
     uint32_t m_msgFlags = 0;  // copied by copy_dicom_flags
 };
