@@ -47,8 +47,6 @@ class Dicom_LO;
 class Dicom_UI;
 class Dicom_TrustedBufferReader;
 
-enum DicomXmlPrintMode { DICOM_XML_PRINT_VALUES = 0, DICOM_XML_PRINT_TAGS_ONLY = 1 };
-
 // Policy words: what to do when an element arrives for a tag that a data set already holds
 // (a tag found twice while reading, or an element added over an underlying message).
 //  - DICOM_POLICY_REJECT: refuse the newcomer (an error where the caller reports one);
@@ -192,10 +190,23 @@ public:
     virtual int Remove(Dicom_Tag tag);
     // The element under `tag`, or null; with `recursive`, items of sequences are searched too.
     virtual Dicom_ME* Find(Dicom_Tag tag, bool recursive = false) const;
+    // The message in the Native DICOM Model XML (<NativeDicomModel>, one <DicomAttribute> per
+    // element, <Value>, <PersonName>, <Item>, <InlineBinary> base64), text in UTF-8; the meta group
+    // too when the message holds it. DICOM_XML_PRINT_TAGS_ONLY leaves byte strings out; `tags`
+    // restricts the top-level attributes. 0, or -1 when `out` is null or a write fails.
     virtual int ExportToXml(DicomXmlPrintMode mode, FILE* out,
                             const RWTPtrOrderedVector<Dicom_Tag>* tags = nullptr) const;
     virtual int DumpToXml(DicomXmlPrintMode mode, std::string* out,
                           const RWTPtrOrderedVector<Dicom_Tag>* tags = nullptr) const;
+    // The data set in the DICOM JSON model, written as it is walked: an object keyed by
+    // "ggggeeee", each attribute {"vr", "Value": [...]} with numbers (IS, DS and the binary
+    // numbers) as JSON numbers, person names as {"Alphabetic", "Ideographic", "Phonetic"},
+    // attribute tags as "ggggeeee", sequences as arrays of objects, byte strings as
+    // "InlineBinary" base64 and empty values without "Value". The meta group is left out. Byte
+    // strings longer than `bulkLimit` bytes are written with their VR only. 0, or -1 when `out`
+    // is null or a write fails.
+    int DumpToJson(std::string* out, unsigned long long bulkLimit = ~0ull) const;
+    int ExportToJson(FILE* out, unsigned long long bulkLimit = ~0ull) const;
     virtual int GetNElements() const;
     virtual Dicom_ME* GetElement(int index) const;
     // Stores a copy of `value` under `tag` (creating or replacing the element; a private
