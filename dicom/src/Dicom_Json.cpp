@@ -134,9 +134,7 @@ void Attribute(Sink& out, const Dicom_ME& me, unsigned long long bulkLimit) {
         } else {
             // Text: a value whose values are all empty has none.
             std::string scratch;
-            bool any = false;
-            Dicom_Model::ForEachText(*v, scratch, [&](std::string_view text) { any = any || !text.empty(); });
-            if (any) {
+            if (Dicom_Model::HasText(*v)) {
                 out.Put(",\"Value\":[");
                 bool first = true;
                 Dicom_Model::ForEachText(*v, scratch, [&](std::string_view text) {

@@ -196,6 +196,16 @@ void ForEachText(const Dicom_Type& v, std::string& scratch, F f) {
     }
 }
 
+// True when a text value has a value that is not empty once trimmed.
+inline bool HasText(const Dicom_Type& v) {
+    const std::string_view all(reinterpret_cast<const char*>(v.GetData()), v.GetRawLen());
+    for (char c : all)
+        if (c != ' ' && c != '\0' && c != '\\' && (c != '=' || v.GetVR() != Dicom_VR::PN) &&
+            (c != '^' || v.GetVR() != Dicom_VR::PN))
+            return true;
+    return false;
+}
+
 // The three component groups of a person name ("Alphabetic=Ideographic=Phonetic").
 inline int SplitGroups(std::string_view name, std::string_view (&groups)[3]) {
     int n = 0;

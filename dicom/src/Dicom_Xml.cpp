@@ -22,8 +22,9 @@
 // Text is decoded to UTF-8 through the value's character set, one <Value number="n"> per value;
 // binary numbers in decimal; attribute tags as "ggggeeee"; byte strings (OB, OW, OF, OD, OL, OV,
 // UN, encapsulated pixel data as its fragment items) as base64 in DICOM_XML_PRINT_VALUES mode and
-// left out in DICOM_XML_PRINT_TAGS_ONLY mode. Private data elements name their creator and carry
-// the element number without its block (gggg,10ee -> gggg00ee). A tag list restricts the top-level
+// left out in DICOM_XML_PRINT_TAGS_ONLY mode; a text value whose values are all empty has no
+// <Value>. Private data elements name their creator (when known) and carry the element number
+// without its block (gggg,10ee -> gggg00ee). A tag list restricts the top-level
 // attributes; the items of a listed sequence are written whole.
 #include <Dicom/Dicom_ME.h>
 #include <Dicom/Dicom_Msg.h>
@@ -59,8 +60,11 @@ void Escaped(Sink& out, std::string_view text) {
             case '"':
                 rep = "&quot;";
                 break;
+            case '\r':
+                rep = "&#13;";  // a literal CR would be read back as LF
+                break;
             default:
-                if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') rep = "\xEF\xBF\xBD";
+                if (c < 0x20 && c != '\t' && c != '\n') rep = "\xEF\xBF\xBD";
         }
         if (!rep) continue;
         out.Put(text.substr(start, i - start));
@@ -121,7 +125,7 @@ void DataSet(Sink& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
 void Attribute(Sink& out, const Dicom_ME& me, DicomXmlPrintMode mode) {
     const Dicom_Tag& t = me.GetTag();
     const Dicom_Type* v = me.GetData();
-    const bool privateData = t.HasImplementor() && t.GetElement() >= 0x1000;
+    const bool privateData = t.IsPrivate() && t.GetElement() >= 0x1000;
     char buf[9];
     out.Put("<DicomAttribute tag=\"");
     out.Put(Dicom_Model::TagText(buf, t.GetGroup(), privateData ? t.GetElement() & 0xFF : t.GetElement()));
@@ -133,7 +137,7 @@ void Attribute(Sink& out, const Dicom_ME& me, DicomXmlPrintMode mode) {
         out.Put(keyword);
         out.Put("\"");
     }
-    if (privateData) {
+    if (privateData && t.HasImplementor()) {
         out.Put(" privateCreator=\"");
         Escaped(out, ImplementorIDVector::NameView(t.GetImplementorID()));
         out.Put("\"");
@@ -166,7 +170,7 @@ void Attribute(Sink& out, const Dicom_ME& me, DicomXmlPrintMode mode) {
             const unsigned width = Dicom_GetVRInfo(vr).width;
             for (uint32_t off = 0, n = 1; width && off + width <= v->GetRawLen(); off += width, ++n)
                 ValueElement(out, static_cast<int>(n), Dicom_Model::BinaryNumber(vr, v->GetData() + off));
-        } else {
+        } else if (Dicom_Model::HasText(*v)) {
             std::string scratch;
             int n = 0;
             Dicom_Model::ForEachText(*v, scratch, [&](std::string_view text) {
