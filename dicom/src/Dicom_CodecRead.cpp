@@ -251,8 +251,11 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
                 return Fail("value extends past the end of the input");
             Dicom_SQ* sq = static_cast<Dicom_SQ*>(Dicom_CreateValue(Dicom_VR::SQ, arena));
             SetSequenceUndefinedLength(sq, false);
-            if (!TrySequence(sq, p, limit, depth + 1, charset, tag))
-                return Fail("value extends past the end of the input");
+            if (!TrySequence(sq, p, limit, depth + 1, charset, tag)) {
+                Dicom_ME* me = new (arena) Dicom_ME(tag, sq);  // owns the items read before the fault
+                if (AddParsed(msg, elems, me, *this)) Fail("value extends past the end of the input");
+                return nullptr;
+            }
             KVL_LOG(
                 "dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
                 "sequence %s of %u bytes runs %llu bytes past the end of its data set; read up to that end\n",

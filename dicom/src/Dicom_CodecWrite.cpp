@@ -295,12 +295,17 @@ bool DeflatedDataSet(const Dicom_Msg& msg, std::vector<unsigned char>& out, std:
 
 }  // namespace
 
+Dicom_TransferSyntax Dicom_Msg::GetWriteTransferSyntax() const {
+    const Dicom_TransferSyntax ts = Dicom_Codec::Resolve(*this, Dicom_TransferSyntax());
+    return ts.IsKnown() && !GetTransferSyntax().IsKnown() ? GetTransferSyntax() : ts;
+}
+
 Dicom_TransferSyntax Dicom_Codec::Resolve(const Dicom_Msg& msg, const Dicom_TransferSyntax& requested) {
     const Dicom_TransferSyntax& read = msg.GetTransferSyntax();
-    // Encapsulated pixel data read under a contradicted meta group: "as read" (or the syntax read,
-    // which cannot hold it) means the encapsulated syntax the meta group named.
+    // Encapsulated pixel data read under a contradicted meta group: "as read" means the
+    // encapsulated syntax the meta group named (the syntax read cannot hold it).
     const Dicom_TransferSyntax& named = msg.GetNamedTransferSyntax();
-    if (named.IsEncapsulated() && !read.IsEncapsulated() && (!requested.IsSpecified() || requested == read)) {
+    if (named.IsEncapsulated() && !read.IsEncapsulated() && !requested.IsSpecified()) {
         const Dicom_ME* pixels = msg.Find(Dicom_Tag(0x7FE0, 0x0010), false);
         if (pixels && IsEncapsulatedValue(pixels->GetData())) return named;
     }

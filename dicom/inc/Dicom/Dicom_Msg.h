@@ -133,6 +133,9 @@ public:
     const Dicom_TransferSyntax& GetTransferSyntax() const { return m_syntax; }
     // The syntax named by a meta group that the data set contradicted; unspecified otherwise.
     const Dicom_TransferSyntax& GetNamedTransferSyntax() const { return m_namedSyntax; }
+    // The syntax an encoding "as read" uses: the named one when it is encapsulated and the
+    // pixel data is encapsulated, else GetTransferSyntax().
+    Dicom_TransferSyntax GetWriteTransferSyntax() const;
     Dicom_SwapInfo::msg_source GetSource() const { return m_source; }
 
     // --- trusted buffers: the layer's internal format for fast deep copies ---
