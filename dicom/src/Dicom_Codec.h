@@ -75,6 +75,7 @@ public:
     static const Dicom_SortedVector& Elements(const Dicom_Msg& msg);
     static uint32_t& MsgFlags(Dicom_Msg& msg);
     static uint32_t MsgFlags(const Dicom_Msg& msg);
+    static Dicom_TransferSyntax& NamedSyntaxOf(Dicom_Msg& msg);
     static Dicom_TransferSyntax& SyntaxOf(Dicom_Msg& msg);
     // The message's arena, created on first use.
     static Dicom_Arena* EnsureArena(Dicom_Msg& msg);

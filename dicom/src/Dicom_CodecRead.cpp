@@ -65,6 +65,9 @@ struct Reader {
     std::string error;
     bool failed = false;
     const unsigned char* lastTop = nullptr;  // end of the last complete top-level element
+    // Tentative readings left for length repairs (each repair may read a region twice); bounds
+    // the work a crafted input can cause.
+    int repairBudget = 64;
 
     const unsigned char* Fail(const char* what) {
         if (!failed) {
@@ -89,7 +92,11 @@ struct Reader {
     const unsigned char* ParseDataSet(Dicom_Msg& msg, const unsigned char* p, const unsigned char* limit,
                                       bool untilItemDelimiter, int depth, unsigned short charset, bool top);
     const unsigned char* ParseSequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* limit,
-                                       bool undefinedLength, int depth, unsigned short charset);
+                                       bool undefinedLength, int depth, unsigned short charset,
+                                       const unsigned char* outerLimit, const Dicom_Tag& tag);
+    Dicom_Msg* TryItem(const unsigned char* p, const unsigned char* end, int depth, unsigned short charset);
+    const unsigned char* TrySequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* end,
+                                     int depth, unsigned short charset, const Dicom_Tag& tag);
     const unsigned char* ParseFragments(const unsigned char* p, const unsigned char* limit,
                                         const unsigned char** content, uint32_t* contentLength);
 };
@@ -211,7 +218,7 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
                     explicitVR = false;
                     big = false;
                 }
-                p = ParseSequence(sq, p, limit, true, depth + 1, charset);
+                p = ParseSequence(sq, p, limit, true, depth + 1, charset, limit, tag);
                 explicitVR = saveExplicit;
                 big = saveBig;
                 // The element joins the data set only once its items are read: a duplicate may be
@@ -237,17 +244,38 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
             return Fail("undefined length on a value that cannot have one");
         }
 
-        if (len > static_cast<uint64_t>(limit - p)) return Fail("value extends past the end of the input");
+        if (len > static_cast<uint64_t>(limit - p)) {
+            // A sequence whose length runs past the end of what encloses it, while its items end
+            // exactly there, is read up to that end.
+            if (vr != Dicom_VR::SQ || strict || repairBudget <= 0)
+                return Fail("value extends past the end of the input");
+            Dicom_SQ* sq = static_cast<Dicom_SQ*>(Dicom_CreateValue(Dicom_VR::SQ, arena));
+            SetSequenceUndefinedLength(sq, false);
+            if (!TrySequence(sq, p, limit, depth + 1, charset, tag)) {
+                Dicom_ME* me = new (arena) Dicom_ME(tag, sq);  // owns the items read before the fault
+                if (AddParsed(msg, elems, me, *this)) Fail("value extends past the end of the input");
+                return nullptr;
+            }
+            KVL_LOG(
+                "dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
+                "sequence %s of %u bytes runs %llu bytes past the end of its data set; read up to that end\n",
+                tag.ToString().c_str(), len, static_cast<unsigned long long>(len - (limit - p)));
+            Dicom_ME* me = new (arena) Dicom_ME(tag, sq);
+            if (!AddParsed(msg, elems, me, *this)) return nullptr;
+            p = limit;
+            continue;
+        }
         if ((len & 1) && strict) return Fail("odd value length");
 
         if (vr == Dicom_VR::SQ) {
             Dicom_SQ* sq = static_cast<Dicom_SQ*>(Dicom_CreateValue(Dicom_VR::SQ, arena));
             SetSequenceUndefinedLength(sq, false);
-            const unsigned char* end = ParseSequence(sq, p, p + len, false, depth + 1, charset);
+            // The end may lie past p + len when the last item outlasts the sequence's length.
+            const unsigned char* end = ParseSequence(sq, p, p + len, false, depth + 1, charset, limit, tag);
             Dicom_ME* me = new (arena) Dicom_ME(tag, sq);  // after its items: see above
             if (!AddParsed(msg, elems, me, *this)) return nullptr;
             if (!end) return nullptr;
-            p += len;
+            p = end;
             continue;
         }
 
@@ -277,8 +305,41 @@ const unsigned char* Reader::ParseDataSet(Dicom_Msg& msg, const unsigned char* p
     }
 }
 
+// Reads one item of defined length over [p, end) without leaving a trace when it fails: values
+// are copied rather than swapped in place, the fault is forgotten. Null when it does not read.
+Dicom_Msg* Reader::TryItem(const unsigned char* p, const unsigned char* end, int depth,
+                           unsigned short charset) {
+    --repairBudget;
+    const bool saveOwns = ownsBuffer;
+    ownsBuffer = false;
+    Dicom_Msg* item = new Dicom_Msg();
+    Dicom_Codec::AdoptArena(*item, arena, syntax);
+    const bool ok = ParseDataSet(*item, p, end, false, depth, charset, false) != nullptr;
+    ownsBuffer = saveOwns;
+    if (ok) return item;
+    delete item;
+    failed = false;
+    error.clear();
+    return nullptr;
+}
+
+// The same for a whole sequence of defined length read over [p, end).
+const unsigned char* Reader::TrySequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* end,
+                                         int depth, unsigned short charset, const Dicom_Tag& tag) {
+    --repairBudget;
+    const bool saveOwns = ownsBuffer;
+    ownsBuffer = false;
+    const unsigned char* r = ParseSequence(sq, p, end, false, depth, charset, end, tag);
+    ownsBuffer = saveOwns;
+    if (r == end) return r;
+    failed = false;
+    error.clear();
+    return nullptr;
+}
+
 const unsigned char* Reader::ParseSequence(Dicom_SQ* sq, const unsigned char* p, const unsigned char* limit,
-                                           bool undefinedLength, int depth, unsigned short charset) {
+                                           bool undefinedLength, int depth, unsigned short charset,
+                                           const unsigned char* outerLimit, const Dicom_Tag& tag) {
     if (depth > DICOM_MAX_SEQUENCE_DEPTH) return Fail("sequences nested too deeply");
     Dicom_Sequence& items = SequenceItems(sq);
     for (;;) {
@@ -297,6 +358,32 @@ const unsigned char* Reader::ParseSequence(Dicom_SQ* sq, const unsigned char* p,
         }
         if (element != 0xE000) return Fail("unexpected delimiter inside a sequence");
         p += 8;
+        if (len != kUndefined && len > static_cast<uint64_t>(limit - p)) {
+            if (strict || undefinedLength || repairBudget <= 0)
+                return Fail("item extends past the end of its sequence");
+            // The item's length disagrees with its sequence's. When the item's elements end
+            // exactly where the sequence ends, the item length is wrong (a record shortened without
+            // its length being updated): the item ends with its sequence. When they end exactly
+            // where the item length says, inside what encloses the sequence, the sequence length is
+            // wrong: the sequence ends with its last item.
+            const unsigned long long over = len - static_cast<unsigned long long>(limit - p);
+            Dicom_Msg* item = TryItem(p, limit, depth, charset);
+            const unsigned char* end = limit;
+            const char* repaired = "the item ends with its sequence";
+            if (!item && len <= static_cast<uint64_t>(outerLimit - p)) {
+                item = TryItem(p, p + len, depth, charset);
+                end = p + len;
+                repaired = "the sequence ends with the item";
+            }
+            if (!item) return Fail("item extends past the end of its sequence");
+            items.Append(item);
+            sq->SetItemUndefinedLength(items.GetNItems() - 1, false);
+            KVL_LOG(
+                "dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 4, 20,
+                "item %d of sequence %s: its length %u runs %llu bytes past the end of the sequence; %s\n",
+                items.GetNItems(), tag.ToString().c_str(), len, over, repaired);
+            return end;
+        }
         Dicom_Msg* item = new Dicom_Msg();
         Dicom_Codec::AdoptArena(*item, arena, syntax);
         items.Append(item);
@@ -305,8 +392,6 @@ const unsigned char* Reader::ParseSequence(Dicom_SQ* sq, const unsigned char* p,
             p = ParseDataSet(*item, p, limit, true, depth, charset, false);
             if (!p) return nullptr;
         } else {
-            if (len > static_cast<uint64_t>(limit - p))
-                return Fail("item extends past the end of its sequence");
             if (!ParseDataSet(*item, p, p + len, false, depth, charset, false)) return nullptr;
             p += len;
         }
@@ -436,15 +521,17 @@ Dicom_Codec::ParseResult Dicom_Codec::Parse(Dicom_Msg& msg, const unsigned char*
     } else {
         readExplicit = ts.IsExplicitVR();
         // A syntax that contradicts the data (explicit VR announced, implicit VR written, or the
-        // reverse) is corrected from the first element: native syntaxes are replaced, the others
-        // keep their name and are read with the VR form found.
+        // reverse) is corrected from the first element: the message reports the syntax read and
+        // keeps the one a meta group named (for the encapsulated pixel data it announces).
         if (rest >= 8 && !ts.IsBigEndian() && !ts.IsDeflated() && ts.IsKnown()) {
             const auto k = Detect(buf + pos, rest);
             const bool detectedExplicit = k != Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN;
             if (k != Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN && detectedExplicit != ts.IsExplicitVR()) {
-                if (ts.GetKind() == Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN ||
-                    ts.GetKind() == Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN)
-                    ts = Dicom_TransferSyntax(k);
+                KVL_LOG("dicom/src/Dicom_CodecRead", "Dicom_Msg::ConstructFromBuffer", 6, 20,
+                        "the data set contradicts its syntax %s; read as %s\n", ts.GetUID().c_str(),
+                        Dicom_TransferSyntax(k).GetUID().c_str());
+                if (meta) NamedSyntaxOf(msg) = ts;
+                ts = Dicom_TransferSyntax(k);
                 readExplicit = detectedExplicit;
             }
         }

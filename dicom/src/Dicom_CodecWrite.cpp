@@ -295,9 +295,21 @@ bool DeflatedDataSet(const Dicom_Msg& msg, std::vector<unsigned char>& out, std:
 
 }  // namespace
 
+Dicom_TransferSyntax Dicom_Msg::GetWriteTransferSyntax() const {
+    const Dicom_TransferSyntax ts = Dicom_Codec::Resolve(*this, Dicom_TransferSyntax());
+    return ts.IsKnown() && !GetTransferSyntax().IsKnown() ? GetTransferSyntax() : ts;
+}
+
 Dicom_TransferSyntax Dicom_Codec::Resolve(const Dicom_Msg& msg, const Dicom_TransferSyntax& requested) {
-    if (requested.IsSpecified()) return requested;
     const Dicom_TransferSyntax& read = msg.GetTransferSyntax();
+    // Encapsulated pixel data read under a contradicted meta group: "as read" means the
+    // encapsulated syntax the meta group named (the syntax read cannot hold it).
+    const Dicom_TransferSyntax& named = msg.GetNamedTransferSyntax();
+    if (named.IsEncapsulated() && !read.IsEncapsulated() && !requested.IsSpecified()) {
+        const Dicom_ME* pixels = msg.Find(Dicom_Tag(0x7FE0, 0x0010), false);
+        if (pixels && IsEncapsulatedValue(pixels->GetData())) return named;
+    }
+    if (requested.IsSpecified()) return requested;
     if (read.IsKnown()) return read;
     return Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
 }

@@ -313,6 +313,7 @@ void Dicom_Msg::copy_dicom_flags(const Dicom_Msg& source) {
     m_msgFlags = source.m_msgFlags;
     m_parseFlags = source.m_parseFlags;
     m_syntax = source.m_syntax;
+    m_namedSyntax = source.m_namedSyntax;
 }
 
 // Add, Replace, Remove and SetWithoutDataCopy write into the own store (m_elements) and resolve
@@ -628,6 +629,7 @@ const Dicom_SortedVector& Dicom_Codec::Elements(const Dicom_Msg& msg) { return m
 uint32_t& Dicom_Codec::MsgFlags(Dicom_Msg& msg) { return msg.m_msgFlags; }
 uint32_t Dicom_Codec::MsgFlags(const Dicom_Msg& msg) { return msg.m_msgFlags; }
 Dicom_TransferSyntax& Dicom_Codec::SyntaxOf(Dicom_Msg& msg) { return msg.m_syntax; }
+Dicom_TransferSyntax& Dicom_Codec::NamedSyntaxOf(Dicom_Msg& msg) { return msg.m_namedSyntax; }
 
 Dicom_Arena* Dicom_Codec::EnsureArena(Dicom_Msg& msg) {
     if (!msg.m_arena) msg.m_arena = Dicom_Arena::Create();

@@ -1,16 +1,32 @@
-// XML export of a message: one <element> per element, sequences as nested <item>s.
+// XML export of a message and of one element in the Native DICOM Model:
 //
-//   <message>
-//     <element tag="00100010" vr="PN" keyword="PatientName">DOE^JOHN</element>
-//     <element tag="00081110" vr="SQ" keyword="ReferencedStudySequence">
-//       <item number="1"> ... </item>
-//     </element>
-//   </message>
+//   <?xml version="1.0" encoding="UTF-8"?>
+//   <NativeDicomModel xml:space="preserve">
+//   <DicomAttribute tag="00100010" vr="PN" keyword="PatientName">
+//   <PersonName number="1">
+//   <Alphabetic>
+//   <FamilyName>DOE</FamilyName>
+//   <GivenName>JOHN</GivenName>
+//   </Alphabetic>
+//   </PersonName>
+//   </DicomAttribute>
+//   <DicomAttribute tag="00091001" vr="LO" privateCreator="ACME 1.0"> (written as tag="00090001")
+//   <DicomAttribute tag="00081110" vr="SQ" keyword="ReferencedStudySequence">
+//   <Item number="1"> ... </Item>
+//   </DicomAttribute>
+//   <DicomAttribute tag="7FE00010" vr="OW" keyword="PixelData">
+//   <InlineBinary>AAEC...</InlineBinary>
+//   </DicomAttribute>
+//   </NativeDicomModel>
 //
-// Values are the text form of Dicom_Type::ToString (binary byte strings abbreviated), escaped
-// for XML. DICOM_XML_PRINT_TAGS_ONLY leaves the values out. A tag list limits the export to
-// those tags (at the top level; items of an exported sequence are written whole).
-#include <Dicom/Dicom_Dictionary.h>
+// Text is decoded to UTF-8 through the value's character set, one <Value number="n"> per value;
+// binary numbers in decimal; attribute tags as "ggggeeee"; byte strings (OB, OW, OF, OD, OL, OV,
+// UN, encapsulated pixel data as its fragment items) as base64 in DICOM_XML_PRINT_VALUES mode and
+// left out in DICOM_XML_PRINT_TAGS_ONLY mode; a text value whose values are all empty has no
+// <Value>. Private data elements name their creator (when known) and carry the element number
+// without its block (gggg,10ee -> gggg00ee). A tag list restricts the top-level
+// attributes; the items of a listed sequence are written whole.
+#include <Dicom/Dicom_ME.h>
 #include <Dicom/Dicom_Msg.h>
 #include <Dicom/Dicom_SQ.h>
 
@@ -18,36 +34,155 @@
 #include <string>
 
 #include "Dicom_Codec.h"
+#include "Dicom_Model.h"
+
+using Dicom_Model::Sink;
 
 namespace {
 
-void Escape(std::string& out, const std::string& text) {
-    for (char c : text) {
+// Text content or attribute value escaped for XML 1.0; characters that XML cannot carry (C0
+// controls other than tab, LF, CR) become U+FFFD.
+void Escaped(Sink& out, std::string_view text) {
+    size_t start = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        const char* rep = nullptr;
         switch (c) {
             case '<':
-                out += "&lt;";
+                rep = "&lt;";
                 break;
             case '>':
-                out += "&gt;";
+                rep = "&gt;";
                 break;
             case '&':
-                out += "&amp;";
+                rep = "&amp;";
                 break;
             case '"':
-                out += "&quot;";
+                rep = "&quot;";
                 break;
-            case '\0':
+            case '\r':
+                rep = "&#13;";  // a literal CR would be read back as LF
                 break;
             default:
-                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') {
-                    char buf[8];
-                    std::snprintf(buf, sizeof buf, "&#%d;", c);
-                    out += buf;
-                } else {
-                    out += c;
-                }
+                if (c < 0x20 && c != '\t' && c != '\n') rep = "\xEF\xBF\xBD";
+        }
+        if (!rep) continue;
+        out.Put(text.substr(start, i - start));
+        out.Put(rep);
+        start = i + 1;
+    }
+    out.Put(text.substr(start));
+}
+
+void ValueElement(Sink& out, int number, std::string_view text) {
+    out.Put("<Value number=\"");
+    out.Put(std::to_string(number));
+    out.Put("\">");
+    Escaped(out, text);
+    out.Put("</Value>\n");
+}
+
+void PersonName(Sink& out, int number, std::string_view name) {
+    static const char* const kGroups[3] = {"Alphabetic", "Ideographic", "Phonetic"};
+    static const char* const kParts[5] = {"FamilyName", "GivenName", "MiddleName", "NamePrefix",
+                                          "NameSuffix"};
+    out.Put("<PersonName number=\"");
+    out.Put(std::to_string(number));
+    out.Put("\">\n");
+    std::string_view groups[3];
+    const int n = Dicom_Model::SplitGroups(name, groups);
+    for (int g = 0; g < n; ++g) {
+        if (groups[g].empty()) continue;
+        out.Put("<");
+        out.Put(kGroups[g]);
+        out.Put(">\n");
+        std::string_view rest = groups[g];
+        for (int p = 0; p < 5; ++p) {
+            const size_t cut = rest.find('^');
+            const std::string_view part = rest.substr(0, cut);
+            if (!part.empty()) {
+                out.Put("<");
+                out.Put(kParts[p]);
+                out.Put(">");
+                Escaped(out, part);
+                out.Put("</");
+                out.Put(kParts[p]);
+                out.Put(">\n");
+            }
+            if (cut == std::string_view::npos) break;
+            rest.remove_prefix(cut + 1);
+        }
+        out.Put("</");
+        out.Put(kGroups[g]);
+        out.Put(">\n");
+    }
+    out.Put("</PersonName>\n");
+}
+
+void DataSet(Sink& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
+             const RWTPtrOrderedVector<Dicom_Tag>* tags);
+
+void Attribute(Sink& out, const Dicom_ME& me, DicomXmlPrintMode mode) {
+    const Dicom_Tag& t = me.GetTag();
+    const Dicom_Type* v = me.GetData();
+    const bool privateData = t.IsPrivate() && t.GetElement() >= 0x1000;
+    char buf[9];
+    out.Put("<DicomAttribute tag=\"");
+    out.Put(Dicom_Model::TagText(buf, t.GetGroup(), privateData ? t.GetElement() & 0xFF : t.GetElement()));
+    out.Put("\" vr=\"");
+    out.Put(Dicom_Model::VRName(v));
+    out.Put("\"");
+    if (const char* keyword = Dicom_Model::Keyword(t)) {
+        out.Put(" keyword=\"");
+        out.Put(keyword);
+        out.Put("\"");
+    }
+    if (privateData && t.HasImplementor()) {
+        out.Put(" privateCreator=\"");
+        Escaped(out, ImplementorIDVector::NameView(t.GetImplementorID()));
+        out.Put("\"");
+    }
+    out.Put(">\n");
+    const Dicom_VR vr = v ? v->GetVR() : Dicom_VR::NONE;
+    if (vr == Dicom_VR::SQ) {
+        const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(v);
+        for (int j = 0; j < sq->GetNItems(); ++j) {
+            out.Put("<Item number=\"");
+            out.Put(std::to_string(j + 1));
+            out.Put("\">\n");
+            if (const Dicom_Msg* item = sq->GetItem(j)) DataSet(out, *item, mode, nullptr);
+            out.Put("</Item>\n");
+        }
+    } else if (v && v->GetRawLen() > 0) {
+        if (Dicom_Model::IsBulkVR(vr)) {
+            if (mode != DICOM_XML_PRINT_TAGS_ONLY) {
+                out.Put("<InlineBinary>");
+                Dicom_Model::Base64(out, v->GetData(), v->GetRawLen());
+                out.Put("</InlineBinary>\n");
+            }
+        } else if (vr == Dicom_VR::AT) {
+            for (uint32_t off = 0, n = 1; off + 4 <= v->GetRawLen(); off += 4, ++n) {
+                uint16_t ge[2];
+                std::memcpy(ge, v->GetData() + off, 4);
+                ValueElement(out, static_cast<int>(n), Dicom_Model::TagText(buf, ge[0], ge[1]));
+            }
+        } else if (Dicom_Model::IsBinaryNumberVR(vr)) {
+            const unsigned width = Dicom_GetVRInfo(vr).width;
+            for (uint32_t off = 0, n = 1; width && off + width <= v->GetRawLen(); off += width, ++n)
+                ValueElement(out, static_cast<int>(n), Dicom_Model::BinaryNumber(vr, v->GetData() + off));
+        } else if (Dicom_Model::HasText(*v)) {
+            std::string scratch;
+            int n = 0;
+            Dicom_Model::ForEachText(*v, scratch, [&](std::string_view text) {
+                ++n;
+                if (vr == Dicom_VR::PN)
+                    PersonName(out, n, text);
+                else
+                    ValueElement(out, n, text);
+            });
         }
     }
+    out.Put("</DicomAttribute>\n");
 }
 
 bool Listed(const Dicom_Tag& tag, const RWTPtrOrderedVector<Dicom_Tag>* tags) {
@@ -62,44 +197,20 @@ bool Listed(const Dicom_Tag& tag, const RWTPtrOrderedVector<Dicom_Tag>* tags) {
     return false;
 }
 
-void DataSet(std::string& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
-             const RWTPtrOrderedVector<Dicom_Tag>* tags, int depth) {
-    const std::string indent(static_cast<size_t>(depth) * 2, ' ');
+void DataSet(Sink& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
+             const RWTPtrOrderedVector<Dicom_Tag>* tags) {
     const Dicom_SortedVector& elems = Dicom_Codec::Elements(msg);
     for (size_t i = 0; i < elems.entries(); ++i) {
         const Dicom_ME* me = elems.at(i);
-        if (!me || !Listed(me->GetTag(), tags)) continue;
-        const Dicom_Tag& t = me->GetTag();
-        const Dicom_Type* v = me->GetData();
-        char tagText[16];
-        std::snprintf(tagText, sizeof tagText, "%04X%04X", t.GetGroup(), t.GetElement());
-        const Dicom_DictEntry* entry = Dicom_Dictionary::Lookup(t);
-        out +=
-            indent + "<element tag=\"" + tagText + "\" vr=\"" + (v ? Dicom_VRName(v->GetVR()) : "UN") + "\"";
-        if (entry && entry->keyword) {
-            out += " keyword=\"";
-            Escape(out, entry->keyword.c_str());
-            out += "\"";
-        }
-        if (v && v->GetVR() == Dicom_VR::SQ) {
-            const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(v);
-            out += ">\n";
-            for (int j = 0; j < sq->GetNItems(); ++j) {
-                out += indent + "  <item number=\"" + std::to_string(j + 1) + "\">\n";
-                if (const Dicom_Msg* item = sq->GetItem(j)) DataSet(out, *item, mode, nullptr, depth + 2);
-                out += indent + "  </item>\n";
-            }
-            out += indent + "</element>\n";
-        } else if (mode == DICOM_XML_PRINT_TAGS_ONLY || !v) {
-            out += "/>\n";
-        } else {
-            out += ">";
-            std::string text;
-            v->PrintToStr(text, 1024);
-            Escape(out, text);
-            out += "</element>\n";
-        }
+        if (me && Listed(me->GetTag(), tags)) Attribute(out, *me, mode);
     }
+}
+
+void Document(Sink& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
+              const RWTPtrOrderedVector<Dicom_Tag>* tags) {
+    out.Put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<NativeDicomModel xml:space=\"preserve\">\n");
+    DataSet(out, msg, mode, tags);
+    out.Put("</NativeDicomModel>\n");
 }
 
 }  // namespace
@@ -107,16 +218,29 @@ void DataSet(std::string& out, const Dicom_Msg& msg, DicomXmlPrintMode mode,
 int Dicom_Msg::DumpToXml(DicomXmlPrintMode mode, std::string* out,
                          const RWTPtrOrderedVector<Dicom_Tag>* tags) const {
     if (!out) return -1;
-    out->append("<message>\n");
-    DataSet(*out, *this, mode, tags, 1);
-    out->append("</message>\n");
+    Sink sink(out);
+    Document(sink, *this, mode, tags);
     return 0;
 }
 
 int Dicom_Msg::ExportToXml(DicomXmlPrintMode mode, FILE* out,
                            const RWTPtrOrderedVector<Dicom_Tag>* tags) const {
     if (!out) return -1;
-    std::string text;
-    if (DumpToXml(mode, &text, tags) != 0) return -1;
-    return std::fwrite(text.data(), 1, text.size(), out) == text.size() ? 0 : -1;
+    Sink sink(out);
+    Document(sink, *this, mode, tags);
+    return sink.Finish() ? 0 : -1;
+}
+
+int Dicom_ME::DumpToXml(DicomXmlPrintMode mode, std::string* out) const {
+    if (!out) return -1;
+    Sink sink(out);
+    Attribute(sink, *this, mode);
+    return 0;
+}
+
+int Dicom_ME::ExportToXml(DicomXmlPrintMode mode, FILE* out) const {
+    if (!out) return -1;
+    Sink sink(out);
+    Attribute(sink, *this, mode);
+    return sink.Finish() ? 0 : -1;
 }

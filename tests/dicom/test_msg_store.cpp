@@ -339,7 +339,7 @@ TEST(MsgStore, QueriesOverElementsAndItems) {
     std::string xml;
     ASSERT_EQ(m.DumpToXml(DICOM_XML_PRINT_VALUES, &xml), 0);
     EXPECT_NE(xml.find("tag=\"00280010\" vr=\"US\""), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<item number=\"1\">"), std::string::npos);
+    EXPECT_NE(xml.find("<Item number=\"1\">"), std::string::npos);
     EXPECT_NE(xml.find("CODE"), std::string::npos);
 }
 

@@ -363,5 +363,8 @@ void IodDumpMessage(const Dicom_Msg& msg, const IodDumpOptions& options, std::st
         out.append("\n");
     }
     out.append("# Data set (" + SyntaxName(msg.GetTransferSyntax()) + ")\n");
+    if (const Dicom_TransferSyntax& named = msg.GetNamedTransferSyntax(); named.IsSpecified())
+        out.append("# meta group names " + named.GetUID() + ", data set read as " +
+                   msg.GetTransferSyntax().GetUID() + "\n");
     dumper.Message(msg, 0, true);
 }

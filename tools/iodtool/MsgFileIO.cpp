@@ -75,7 +75,7 @@ std::string IodPixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSynta
     const auto* value = pixels != nullptr ? dynamic_cast<const Dicom_OtherType*>(pixels->GetData()) : nullptr;
     if (value == nullptr) return {};
     const bool encapsulated = value->IsEncapsulated();
-    const Dicom_TransferSyntax& source = msg.GetTransferSyntax();
+    const Dicom_TransferSyntax source = msg.GetWriteTransferSyntax();
     if (encapsulated && !target.IsEncapsulated())
         return "cannot write encapsulated pixel data in a native transfer syntax, " +
                IodDescribeSyntax(target);

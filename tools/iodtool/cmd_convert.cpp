@@ -39,7 +39,7 @@ std::string PixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSyntax& 
     const auto* value = pixels != nullptr ? dynamic_cast<const Dicom_OtherType*>(pixels->GetData()) : nullptr;
     if (value == nullptr) return {};
     const bool encapsulated = value->IsEncapsulated();
-    const Dicom_TransferSyntax& source = msg.GetTransferSyntax();
+    const Dicom_TransferSyntax source = msg.GetWriteTransferSyntax();
     if (encapsulated && !target.IsEncapsulated()) {
         return "cannot write encapsulated pixel data in a native transfer syntax, " + Describe(target) +
                ": it would have to be decompressed";
@@ -105,7 +105,7 @@ int RunConvert(int argc, char** argv) {
                      paths[0]);
         return 1;
     }
-    if (!target.IsSpecified()) target = msg.GetTransferSyntax();
+    if (!target.IsSpecified()) target = msg.GetWriteTransferSyntax();
     if (!target.IsKnown()) {
         std::fprintf(stderr, "iodtool convert: %s: read in a transfer syntax that cannot be written (%s)\n",
                      paths[0], target.GetUID().c_str());

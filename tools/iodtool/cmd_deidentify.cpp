@@ -56,7 +56,7 @@ int RunDeidentify(int argc, char** argv) {
             return 1;
         }
     }
-    if (!IodSaveMessage("deidentify", *msg, msg->GetTransferSyntax(), IodIsFileImage(bytes), paths[1]))
+    if (!IodSaveMessage("deidentify", *msg, msg->GetWriteTransferSyntax(), IodIsFileImage(bytes), paths[1]))
         return 1;
     if (newInstance) std::printf("SOP Instance UID: %s\n", msg->GetSOPInstanceUID().ToString().c_str());
     return 0;

@@ -1,5 +1,10 @@
-// iodtool dump: print the data set of a DICOM file, one element a line (see DumpFormat.h).
+// iodtool dump: print the data set of a DICOM file, one element a line (see DumpFormat.h), or
+// as the Native DICOM Model XML (--xml) or DICOM JSON (--json).
 #include <Dicom/Dicom_Msg.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -14,7 +19,40 @@
 
 namespace {
 
-constexpr const char* kUsage = "usage: iodtool dump [--no-meta] [--max-length N] <file>\n";
+constexpr const char* kUsage =
+    "usage: iodtool dump [--no-meta] [--max-length N] [--xml | --json [--bulk-limit N]] <file>\n";
+
+// The bytes of a file, mapped read-only (the message reads them in place: a large pixel data
+// value is never touched), or read whole when the file cannot be mapped.
+class InputFile {
+public:
+    ~InputFile() {
+        if (m_map) ::munmap(m_map, m_size);
+    }
+    bool Open(const char* path, std::string* error) {
+        const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+        struct stat info {};
+        if (fd >= 0 && ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
+            void* p = ::mmap(nullptr, static_cast<size_t>(info.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+            if (p != MAP_FAILED) {
+                m_map = p;
+                m_size = static_cast<size_t>(info.st_size);
+            }
+        }
+        if (fd >= 0) ::close(fd);
+        if (m_map) return true;
+        if (!IodReadFileBytes(path, m_bytes, error)) return false;
+        m_size = m_bytes.size();
+        return true;
+    }
+    void* Data() { return m_map ? m_map : m_bytes.data(); }
+    size_t Size() const { return m_size; }
+
+private:
+    void* m_map = nullptr;
+    size_t m_size = 0;
+    std::vector<unsigned char> m_bytes;
+};
 
 // A non-negative decimal count; false for anything else.
 bool ParseCount(const char* text, size_t* out) {
@@ -30,6 +68,9 @@ bool ParseCount(const char* text, size_t* out) {
 int RunDump(int argc, char** argv) {
     IodDumpOptions options;
     const char* path = nullptr;
+    enum { TEXT, XML, JSON } format = TEXT;
+    size_t bulkLimit = static_cast<size_t>(-1);
+    bool bulkLimitGiven = false;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--no-meta") {
@@ -39,6 +80,19 @@ int RunDump(int argc, char** argv) {
                 std::fprintf(stderr, "iodtool dump: --max-length needs a count (0: no limit)\n%s", kUsage);
                 return 2;
             }
+            ++i;
+        } else if (arg == "--xml" || arg == "--json") {
+            if (format != TEXT) {
+                std::fprintf(stderr, "iodtool dump: one output format at a time\n%s", kUsage);
+                return 2;
+            }
+            format = arg == "--xml" ? XML : JSON;
+        } else if (arg == "--bulk-limit") {
+            if (i + 1 >= argc || !ParseCount(argv[i + 1], &bulkLimit)) {
+                std::fprintf(stderr, "iodtool dump: --bulk-limit needs a byte count\n%s", kUsage);
+                return 2;
+            }
+            bulkLimitGiven = true;
             ++i;
         } else if (arg.size() > 1 && arg[0] == '-') {
             std::fprintf(stderr, "iodtool dump: unknown option '%s'\n%s", argv[i], kUsage);
@@ -54,24 +108,35 @@ int RunDump(int argc, char** argv) {
         std::fputs(kUsage, stderr);
         return 2;
     }
+    if (bulkLimitGiven && format != JSON) {
+        std::fprintf(stderr, "iodtool dump: --bulk-limit goes with --json\n%s", kUsage);
+        return 2;
+    }
 
-    std::vector<unsigned char> bytes;
+    InputFile input;
     std::string error;
-    if (!IodReadFileBytes(path, bytes, &error)) {
+    if (!input.Open(path, &error)) {
         std::fprintf(stderr, "iodtool dump: %s\n", error.c_str());
         return 1;
     }
     int status = 0;
-    Dicom_Msg msg(bytes.data(), bytes.size(), 0, &status);
+    Dicom_Msg msg(input.Data(), input.Size(), 0, &status);
     if (status != 0 && msg.GetNElements() == 0) {
         std::fprintf(stderr, "iodtool dump: %s: not a DICOM file (no element could be read)\n", path);
         return 1;
     }
 
-    std::string out;
-    IodDumpMessage(msg, options, out);
-    std::fwrite(out.data(), 1, out.size(), stdout);
-    if (std::fflush(stdout) != 0) {
+    int written = 0;
+    if (format == XML) {
+        written = msg.ExportToXml(DICOM_XML_PRINT_VALUES, stdout);
+    } else if (format == JSON) {
+        written = msg.ExportToJson(stdout, bulkLimit);
+    } else {
+        std::string out;
+        IodDumpMessage(msg, options, out);
+        std::fwrite(out.data(), 1, out.size(), stdout);
+    }
+    if (written != 0 || std::fflush(stdout) != 0) {
         std::fprintf(stderr, "iodtool dump: cannot write the output: %s\n", std::strerror(errno));
         return 1;
     }
@@ -88,9 +153,11 @@ int RunDump(int argc, char** argv) {
 }  // namespace
 
 IODTOOL_COMMAND(
-    "dump", "dump [--no-meta] [--max-length N] <file>",
+    "dump", "dump [--no-meta] [--max-length N] [--xml | --json [--bulk-limit N]] <file>",
     "Print the meta group and the data set of a DICOM file, one element a line (tag, VR, value, "
     "length, multiplicity, keyword), items indented. Values longer than N characters (default 64; "
-    "0: no limit) are cut with '...'. Exits 1 when the file cannot be read or parsed in full "
-    "(what was read is printed all the same).",
+    "0: no limit) are cut with '...'. --xml writes the Native DICOM Model XML instead, --json the "
+    "DICOM JSON model of the data set (--bulk-limit N: byte strings longer than N bytes are left "
+    "out). Exits 1 when the file cannot be read or parsed in full (what was read is printed all "
+    "the same).",
     RunDump)

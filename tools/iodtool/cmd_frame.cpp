@@ -188,7 +188,8 @@ int RunFrame(int argc, char** argv) {
         single.AddItem(new Dicom_Msg(*static_cast<const Dicom_SQ*>(perFrame)->GetItem(frame - 1)));
         msg->Set(kPerFrameFunctionalGroups, &single);
     }
-    return IodSaveMessage("frame", *msg, msg->GetTransferSyntax(), IodIsFileImage(bytes), argv[2]) ? 0 : 1;
+    return IodSaveMessage("frame", *msg, msg->GetWriteTransferSyntax(), IodIsFileImage(bytes), argv[2]) ? 0
+                                                                                                        : 1;
 }
 
 }  // namespace

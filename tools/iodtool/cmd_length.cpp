@@ -50,7 +50,7 @@ int RunLength(int argc, char** argv) {
     std::vector<unsigned char> bytes;
     std::unique_ptr<IOD_Msg> msg = IodLoadMessage("length", path, bytes, false);
     if (!msg) return 1;
-    if (!target.IsSpecified()) target = msg->GetTransferSyntax();
+    if (!target.IsSpecified()) target = msg->GetWriteTransferSyntax();
     const std::string conflict = target.IsKnown() ? IodPixelDataConflict(*msg, target) : std::string();
     const Dicom_DumpLen dataSet = msg->GetDumpLen(target);
     const Dicom_DumpLen file = msg->GetFileDumpLen(target);

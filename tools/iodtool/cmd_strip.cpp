@@ -83,7 +83,7 @@ int RunStrip(int argc, char** argv) {
     std::vector<unsigned char> bytes;
     std::unique_ptr<IOD_Msg> msg = IodLoadMessage("strip", paths[0], bytes);
     if (!msg) return 1;
-    const Dicom_TransferSyntax syntax = msg->GetTransferSyntax();
+    const Dicom_TransferSyntax syntax = msg->GetWriteTransferSyntax();
 
     if (!kept.empty()) {
         std::vector<Dicom_Tag> keep = KeepList(*msg, kept);

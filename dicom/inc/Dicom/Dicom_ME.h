@@ -7,7 +7,13 @@
 #include <Dicom/Dicom_Type.h>
 #include <RW/RWCollectable.h>
 
+#include <cstdio>
+#include <string>
+
 class Dicom_TransferSyntax;
+
+// What the XML export writes: values, or tags and VRs only (byte strings left out).
+enum DicomXmlPrintMode { DICOM_XML_PRINT_VALUES = 0, DICOM_XML_PRINT_TAGS_ONLY = 1 };
 
 class Dicom_ME : public RWCollectable, public Dicom_ArenaObject {
 public:
@@ -44,6 +50,11 @@ public:
     // or the text is not a valid value of it. Owned by the caller.
     static Dicom_Type* ConvertToDicomType(const char* vr, const char* text, int reserved1 = 0,
                                           int reserved2 = 0);
+
+    // This element as one <DicomAttribute> of the Native DICOM Model XML (see Dicom_Msg::DumpToXml).
+    // 0, or -1 when `out` is null or a write fails.
+    int DumpToXml(DicomXmlPrintMode mode, std::string* out) const;
+    int ExportToXml(DicomXmlPrintMode mode, FILE* out) const;
 
     // RWCollectable: ordered by tag.
     int compareTo(const RWCollectable* other) const override;

@@ -47,8 +47,6 @@ class Dicom_LO;
 class Dicom_UI;
 class Dicom_TrustedBufferReader;
 
-enum DicomXmlPrintMode { DICOM_XML_PRINT_VALUES = 0, DICOM_XML_PRINT_TAGS_ONLY = 1 };
-
 // Policy words: what to do when an element arrives for a tag that a data set already holds
 // (a tag found twice while reading, or an element added over an underlying message).
 //  - DICOM_POLICY_REJECT: refuse the newcomer (an error where the caller reports one);
@@ -128,7 +126,16 @@ public:
     // group and data set, exactly what Encode(out, syntax, true) writes. Invalid when that write
     // would fail.
     Dicom_DumpLen GetFileDumpLen(const Dicom_TransferSyntax& syntax = Dicom_TransferSyntax()) const;
+    // The syntax the data set was read in. When the meta group names a syntax the data set
+    // contradicts (an encapsulated syntax over implicit VR elements, say), this is the syntax
+    // actually read and GetNamedTransferSyntax() is the one the meta group named; encoding "as
+    // read" then writes encapsulated pixel data in the named syntax, so that nothing is lost.
     const Dicom_TransferSyntax& GetTransferSyntax() const { return m_syntax; }
+    // The syntax named by a meta group that the data set contradicted; unspecified otherwise.
+    const Dicom_TransferSyntax& GetNamedTransferSyntax() const { return m_namedSyntax; }
+    // The syntax an encoding "as read" uses: the named one when it is encapsulated and the
+    // pixel data is encapsulated, else GetTransferSyntax().
+    Dicom_TransferSyntax GetWriteTransferSyntax() const;
     Dicom_SwapInfo::msg_source GetSource() const { return m_source; }
 
     // --- trusted buffers: the layer's internal format for fast deep copies ---
@@ -186,10 +193,23 @@ public:
     virtual int Remove(Dicom_Tag tag);
     // The element under `tag`, or null; with `recursive`, items of sequences are searched too.
     virtual Dicom_ME* Find(Dicom_Tag tag, bool recursive = false) const;
+    // The message in the Native DICOM Model XML (<NativeDicomModel>, one <DicomAttribute> per
+    // element, <Value>, <PersonName>, <Item>, <InlineBinary> base64), text in UTF-8; the meta group
+    // too when the message holds it. DICOM_XML_PRINT_TAGS_ONLY leaves byte strings out; `tags`
+    // restricts the top-level attributes. 0, or -1 when `out` is null or a write fails.
     virtual int ExportToXml(DicomXmlPrintMode mode, FILE* out,
                             const RWTPtrOrderedVector<Dicom_Tag>* tags = nullptr) const;
     virtual int DumpToXml(DicomXmlPrintMode mode, std::string* out,
                           const RWTPtrOrderedVector<Dicom_Tag>* tags = nullptr) const;
+    // The data set in the DICOM JSON model, written as it is walked: an object keyed by
+    // "ggggeeee", each attribute {"vr", "Value": [...]} with numbers (IS, DS and the binary
+    // numbers) as JSON numbers, person names as {"Alphabetic", "Ideographic", "Phonetic"},
+    // attribute tags as "ggggeeee", sequences as arrays of objects, byte strings as
+    // "InlineBinary" base64 and empty values without "Value". The meta group is left out. Byte
+    // strings longer than `bulkLimit` bytes are written with their VR only. 0, or -1 when `out`
+    // is null or a write fails.
+    int DumpToJson(std::string* out, unsigned long long bulkLimit = ~0ull) const;
+    int ExportToJson(FILE* out, unsigned long long bulkLimit = ~0ull) const;
     virtual int GetNElements() const;
     virtual Dicom_ME* GetElement(int index) const;
     // Stores a copy of `value` under `tag` (creating or replacing the element; a private
@@ -244,7 +264,8 @@ private:
     friend class Dicom_MsgIterator;
     mutable Dicom_SortedVector m_elements;
     Dicom_TransferSyntax m_syntax;
-    Dicom_Arena* m_arena = nullptr;  // memory of parsed elements; shared with items
+    Dicom_TransferSyntax m_namedSyntax;  // a contradicted meta group's syntax (see GetNamedTransferSyntax)
+    Dicom_Arena* m_arena = nullptr;      // memory of parsed elements; shared with items
     Dicom_SwapInfo::msg_source m_source = Dicom_SwapInfo::FROM_MEMORY;
     uint32_t m_msgFlags = 0;  // copied by copy_dicom_flags
 };
