@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <iterator>
 
 #include "IOD_ClassSupport.h"
 #include "IOD_ValidatorSupport.h"
@@ -77,6 +78,36 @@ Dicom_Sequence* items_of(Dicom_ME* element) {
 
 // A code string equals a defined term (padding aside).
 bool is_term(const Dicom_CS& value, const Dicom_CS& term) { return value == term; }
+
+// The value types that the content item macro tells apart; the first eight carry a concept name.
+enum class ValueType {
+    Text,
+    Num,
+    Code,
+    Datetime,
+    Date,
+    Time,
+    Uidref,
+    Pname,
+    Composite,
+    Image,
+    Waveform,
+    Scoord,
+    Tcoord,
+    Other
+};
+
+// The value type that `value` names, compared once with each defined term in turn.
+ValueType value_type_of(const Dicom_CS& value) {
+    static const Dicom_CS* const kTerms[] = {
+        &IOD_Image::TEXT,     &IOD_Image::NUM,    &IOD_Image::CODE,  &IOD_Image::DATETIME,  &IOD_Image::DATE,
+        &IOD_Image::TIME,     &IOD_Image::UIDREF, &IOD_Image::PNAME, &IOD_Image::COMPOSITE, &IOD_Image::IMAGE,
+        &IOD_Image::WAVEFORM, &IOD_Image::SCOORD, &IOD_Image::TCOORD};
+    for (std::size_t i = 0; i < std::size(kTerms); ++i) {
+        if (is_term(value, *kTerms[i])) return static_cast<ValueType>(i);
+    }
+    return ValueType::Other;
+}
 
 }  // namespace
 
@@ -275,13 +306,11 @@ int IOD_StructuredReporting::relationship_rules(const Dicom_Msg& doc, SR_Kinds k
 int IOD_StructuredReporting::content_macro(const Dicom_Msg& doc, SR_Kinds kind) const {
     static constexpr const char* kFunction = "IOD_StructuredReporting::IsSRDocumentContentMacroValid";
     Dicom_CS scratch;
-    const Dicom_CS& type = IOD_ReadAs<Dicom_CS>(doc, D::VALUE_TYPE, scratch);
-    if (type == CS_NULL) return 0;
+    const Dicom_CS& value = IOD_ReadAs<Dicom_CS>(doc, D::VALUE_TYPE, scratch);
+    if (value == CS_NULL) return 0;
+    const ValueType type = value_type_of(value);
     // Value types with a value of their own carry a concept name.
-    if (is_term(type, IOD_Image::TEXT) || is_term(type, IOD_Image::NUM) || is_term(type, IOD_Image::CODE) ||
-        is_term(type, IOD_Image::DATETIME) || is_term(type, IOD_Image::DATE) ||
-        is_term(type, IOD_Image::TIME) || is_term(type, IOD_Image::UIDREF) ||
-        is_term(type, IOD_Image::PNAME)) {
+    if (type <= ValueType::Pname) {
         Dicom_ME* conceptName = doc.Find(D::CONCEPT_NAME_CODE_SEQUENCE, false);
         if (conceptName == nullptr) {
             IOD_ATTRIBUTE_DEFECT(kFunction, "CONCEPT_NAME_CODE_SEQUENCE");
@@ -295,31 +324,42 @@ int IOD_StructuredReporting::content_macro(const Dicom_Msg& doc, SR_Kinds kind) 
         }
     }
     // The value, by type.
-    if (is_term(type, IOD_Image::TEXT)) {
-        if (IOD_IsNullValue<Dicom_UT>(doc, D::TEXT_VALUE)) return 0;
-    } else if (is_term(type, IOD_Image::DATETIME)) {
-        if (IOD_IsNullValue<Dicom_DT>(doc, D::DATE_TIME)) return 0;
-    } else if (is_term(type, IOD_Image::DATE)) {
-        if (IOD_IsNullValue<Dicom_DA>(doc, D::DATE)) return 0;
-    } else if (is_term(type, IOD_Image::TIME)) {
-        if (IOD_IsNullValue<Dicom_TM>(doc, D::TIME)) return 0;
-    } else if (is_term(type, IOD_Image::PNAME)) {
-        if (IOD_IsNullValue<Dicom_PN>(doc, D::PERSON_NAME)) return 0;
-    } else if (is_term(type, IOD_Image::UIDREF)) {
-        if (IOD_IsNullValue<Dicom_UI>(doc, D::UID)) return 0;
-    } else if (is_term(type, IOD_Image::NUM)) {
-        // A basic text document holds no measurements to check.
-        if (kind != SR_BASIC_TEXT && !numeric_measurement(doc)) return 0;
-    } else if (is_term(type, IOD_Image::CODE)) {
-        if (!code_macro(doc)) return 0;
-    } else if (is_term(type, IOD_Image::COMPOSITE)) {
-        if (!composite_reference(doc)) return 0;
-    } else if (is_term(type, IOD_Image::IMAGE) || is_term(type, IOD_Image::WAVEFORM)) {
-        if (!composite_reference(doc)) return 0;
+    switch (type) {
+        case ValueType::Text:
+            if (IOD_IsNullValue<Dicom_UT>(doc, D::TEXT_VALUE)) return 0;
+            break;
+        case ValueType::Datetime:
+            if (IOD_IsNullValue<Dicom_DT>(doc, D::DATE_TIME)) return 0;
+            break;
+        case ValueType::Date:
+            if (IOD_IsNullValue<Dicom_DA>(doc, D::DATE)) return 0;
+            break;
+        case ValueType::Time:
+            if (IOD_IsNullValue<Dicom_TM>(doc, D::TIME)) return 0;
+            break;
+        case ValueType::Pname:
+            if (IOD_IsNullValue<Dicom_PN>(doc, D::PERSON_NAME)) return 0;
+            break;
+        case ValueType::Uidref:
+            if (IOD_IsNullValue<Dicom_UI>(doc, D::UID)) return 0;
+            break;
+        case ValueType::Num:  // a basic text document holds no measurements to check
+            if (kind != SR_BASIC_TEXT && !numeric_measurement(doc)) return 0;
+            break;
+        case ValueType::Code:
+            if (!code_macro(doc)) return 0;
+            break;
+        case ValueType::Composite:
+        case ValueType::Image:
+        case ValueType::Waveform:
+            if (!composite_reference(doc)) return 0;
+            break;
+        default:
+            break;
     }
     if (kind == SR_BASIC_TEXT) return 1;
-    if (is_term(type, IOD_Image::SCOORD)) return spatial_coordinates(doc);
-    if (is_term(type, IOD_Image::TCOORD)) return IOD_IOD::IsValid();  // accepted unchecked
+    if (type == ValueType::Scoord) return spatial_coordinates(doc);
+    if (type == ValueType::Tcoord) return IOD_IOD::IsValid();  // accepted unchecked
     return 1;
 }
 
