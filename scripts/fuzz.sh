@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Fuzzes the DICOM layer and the message operations of IOD_Msg with libFuzzer for a bounded time,
-# then replays the regression inputs.
+# Fuzzes the DICOM layer, the message operations of IOD_Msg and the IOD validators with libFuzzer
+# for a bounded time, then replays the regression inputs.
 #
 #   scripts/fuzz.sh [seconds per target]      (default 20, as in CI)
 #
@@ -20,7 +20,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 seconds="${1:-20}"
 jobs="${IOD_FUZZ_JOBS:-2}"
 data="${IOD_FUZZ_TEST_FILES:-/usr/lib/python3/dist-packages/pydicom/data}"
-targets=(fuzz_parse_detect fuzz_parse_syntax fuzz_trusted_reader fuzz_roundtrip fuzz_msg_operations)
+targets=(fuzz_parse_detect fuzz_parse_syntax fuzz_trusted_reader fuzz_roundtrip fuzz_msg_operations fuzz_validate)
 
 set -e
 cd "$root"
@@ -60,6 +60,7 @@ for f in "${seeds[@]}"; do
     cp -f "$f" "$work/corpus/fuzz_parse_detect/$base"
     cp -f "$f" "$work/corpus/fuzz_roundtrip/$base"
     cp -f "$f" "$work/corpus/fuzz_msg_operations/$base"
+    cp -f "$f" "$work/corpus/fuzz_validate/$base"
     # fuzz_parse_syntax: the selector byte, then the file (see the target for its bits).
     for sel in 00 01 02 03 04 09 21; do
         { printf "\\x$sel"; cat "$f"; } >"$work/corpus/fuzz_parse_syntax/$sel-$base"
