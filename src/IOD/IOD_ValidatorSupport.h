@@ -8,14 +8,20 @@
 
 #include <Dicom/Dicom_AT.h>
 #include <Dicom/Dicom_CS.h>
+#include <Dicom/Dicom_DA.h>
 #include <Dicom/Dicom_DS.h>
+#include <Dicom/Dicom_DT.h>
+#include <Dicom/Dicom_FL.h>
 #include <Dicom/Dicom_IS.h>
 #include <Dicom/Dicom_LO.h>
 #include <Dicom/Dicom_Msg.h>
+#include <Dicom/Dicom_PN.h>
 #include <Dicom/Dicom_SH.h>
 #include <Dicom/Dicom_SQ.h>
+#include <Dicom/Dicom_TM.h>
 #include <Dicom/Dicom_UI.h>
 #include <Dicom/Dicom_US.h>
+#include <Dicom/Dicom_UT.h>
 #include <IOD/IOD_IOD.h>
 #include <KvlLog/Kvl_LogFile.h>
 
@@ -54,6 +60,30 @@ inline const Dicom_AT& IOD_NullOf<Dicom_AT>() {
 template <>
 inline const Dicom_CS& IOD_NullOf<Dicom_CS>() {
     return CS_NULL;
+}
+template <>
+inline const Dicom_DA& IOD_NullOf<Dicom_DA>() {
+    return DA_NULL;
+}
+template <>
+inline const Dicom_DT& IOD_NullOf<Dicom_DT>() {
+    return DT_NULL;
+}
+template <>
+inline const Dicom_FL& IOD_NullOf<Dicom_FL>() {
+    return FL_NULL;
+}
+template <>
+inline const Dicom_PN& IOD_NullOf<Dicom_PN>() {
+    return PN_NULL;
+}
+template <>
+inline const Dicom_TM& IOD_NullOf<Dicom_TM>() {
+    return TM_NULL;
+}
+template <>
+inline const Dicom_UT& IOD_NullOf<Dicom_UT>() {
+    return UT_NULL;
 }
 template <>
 inline const Dicom_DS& IOD_NullOf<Dicom_DS>() {

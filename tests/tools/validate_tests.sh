@@ -38,6 +38,9 @@ check() {
     fi
 }
 
+# A basic text report observed when its content was made: its first content item is examined.
+"$iodtool" set "$files/reportsi.dcm" "$work/observed.dcm" ObservationDateTime=20010213184746 >/dev/null ||
+    fail "iodtool set ObservationDateTime failed"
 # A CT image without a value for Rows, and one without Columns and Patient's Name too.
 "$iodtool" set "$files/CT_small.dcm" "$work/norows.dcm" Rows= >/dev/null || fail "iodtool set Rows= failed"
 "$iodtool" set "$work/norows.dcm" "$work/nocolumns.dcm" Columns= >/dev/null || fail "iodtool set Columns= failed"
@@ -78,10 +81,15 @@ rows_tolerant|--tolerant $work/norows.dcm|0|norows.dcm: valid \(CT\), 1 defect$|
 unknown_class|$files/rtplan.dcm|1|rtplan.dcm: unknown class: SOP Class UID 1.2.840.10008.5.1.4.1.1.481.5 \(RT Plan Storage\)$|
 class_override|--class sc $files/rtplan.dcm|0|rtplan.dcm: valid \(SC\)$|unknown
 class_override_applies|--class CT $files/MR_small.dcm|1|MR_small.dcm: invalid \(CT\)|\(MR\)
-sr|$files/test-SR.dcm|0|test-SR.dcm: valid \(SR\)$|
+sr_verified|$files/test-SR.dcm|1|^  IOD_StructuredReporting::IsSRDocumentModuleValid: IsSRDocumentModuleValid: verification date time is not valid$|
+sr_observation|$files/reportsi.dcm|1|^  IOD_StructuredReporting::IsSRDocumentRelationshipValid: IsSRDocumentRelationshipValid: observation date time invalid$| at Content
+sr_item|$work/observed.dcm|1|^  IOD_StructuredReporting::IsSRDocumentContentMacroValid at ContentSequence\[0\]: File: src/IOD/IOD_StructuredReporting Line: [0-9]+ Attribute:IsSRDocumentContentMacroValid not valid$|
+sr_tolerant|--tolerant $files/reportsi.dcm|0|reportsi.dcm: valid \(SR\)$|defect
 missing|$work/nothing-here.dcm|1|nothing-here.dcm: unreadable: cannot open|
 quiet|--quiet $ct $work/norows.dcm|1|^summary: 2 files, 1 valid, 1 invalid, 0 unreadable; classes: CT 2;|CT_small
 EOF
+    run sr_json "$iodtool" validate --json "$work/observed.dcm"
+    check sr_json 1 out '"attribute":"IsSRDocumentContentMacroValid","text":"File: [^"]*","where":"ContentSequence\[0\]"'
     # The SOP class picks the class: CT_small relabelled with each SOP class ("-": none).
     mkdir -p "$work/sop"
     while read -r uid class; do

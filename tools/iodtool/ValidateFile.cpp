@@ -131,8 +131,15 @@ int ValidateAs(void* buffer, unsigned int length, const std::string& /*sopClassU
 // The structured-report check. Everything that decides how an SR document is checked stands in
 // this one function: the SOP class tells Basic Text, Enhanced and Comprehensive SR apart, and a
 // WhereSource living here over the checks gives each defect its content item path.
-int CheckStructuredReport(const IOD_StructuredReporting& report, const std::string& /*sopClassUid*/) {
-    return report.IsValid();
+int CheckStructuredReport(const IOD_StructuredReporting& report, const std::string& sopClassUid) {
+    static const std::string basicText = TrimmedUid(&Dicom_UIDic::BASIC_TEXT_SR_STORAGE);
+    static const std::string enhanced = TrimmedUid(&Dicom_UIDic::ENHANCED_SR_STORAGE);
+    const WhereSource where(&IOD_StructuredReporting::CurrentContentItemPath);
+    if (sopClassUid == basicText) return report.IsBasicTextSRValid();
+    if (sopClassUid == enhanced) return report.IsEnhancedSRValid();
+    // Comprehensive SR; a document of another class checked as SR (--class SR) is held to the
+    // same rules, which enhanced documents share.
+    return report.IsComprehensiveSRValid();
 }
 
 int ValidateStructuredReport(void* buffer, unsigned int length, const std::string& sopClassUid) {
