@@ -7,6 +7,8 @@
 #                      left out of the fault runs, so that they cannot claim a catch)
 #   SEED_OUT=file      where the markdown table goes (default: seed-faults-<commit>.md in the
 #                      scratch worktree); it is also printed to stdout.
+#   SEED_PREVIOUS=file a table of an earlier run: the tests that caught each fault then are
+#                      tried first (a rerun after a change of the suite is then much quicker).
 #
 # The faults are the rows of scripts/seed-faults.tsv (tab separated; '#' starts a comment):
 #   id  area  file  original  replacement  tests_first  description
@@ -23,6 +25,8 @@
 # installation, not behaviour, and takes longer than most of the suite.
 set -euo pipefail
 
+# The whole run is one function, parsed before it starts: editing this file during a run is safe.
+main() {
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 table="$here/scripts/seed-faults.tsv"
 commit=$(git -C "$here" rev-parse --short "${1:-HEAD}")
@@ -104,6 +108,11 @@ while IFS=$'\t' read -r id area file original replacement first description; do
     fi
     result="survived"
     by=""
+    if [[ -n ${SEED_PREVIOUS:-} ]]; then
+        before=$(awk -F'|' -v id=" $id " '$2 == id { print $7 }' "$SEED_PREVIOUS" | xargs -n1 2>/dev/null |
+            grep -v '^(' | sed 's/[][().*+?^$|\\/]/\\&/g; s/^/^/; s/$/$/' | paste -sd '|' -) || true
+        [[ -n $before ]] && first="$before|$first"
+    fi
     if ! build_tree; then
         result="caught"
         by="(does not compile)"
@@ -129,3 +138,6 @@ build_tree || true
     printf '%s\n' "${rows[@]}"
 } | tee "$out"
 echo "(table written to $out)" >&2
+}
+
+main "$@"
