@@ -392,3 +392,31 @@ TEST(CodecRead, PydicomFilesAgreeWithDcmdump) {
     ASSERT_EQ(p1->GetRawLen(), p2->GetRawLen());
     EXPECT_EQ(std::memcmp(p1->GetData(), p2->GetData(), p1->GetRawLen()), 0);
 }
+
+// Implicit VR: the VR comes from rules and the dictionary; each rule at the edges of its range.
+TEST(CodecRead, ImplicitVRFollowsTheRulesAtTheirEdges) {
+    struct Case {
+        unsigned group, element;
+        Dicom_VR vr;
+    } cases[] = {
+        {0x0008, 0x0000, Dicom_VR::UL},  // group length
+        {0x0009, 0x000F, Dicom_VR::UN},  // below the private creators
+        {0x0009, 0x0010, Dicom_VR::LO},  // first private creator
+        {0x0009, 0x00FF, Dicom_VR::LO},  // last private creator
+        {0x0009, 0x0100, Dicom_VR::UN},  // private data of a block without a creator
+        {0x0028, 0x0010, Dicom_VR::US},  // from the dictionary
+        {0x5000, 0x3000, Dicom_VR::OB},  // curve data
+        {0x6000, 0x3000, Dicom_VR::OW},  // overlay data
+    };
+    Bytes b;
+    for (const Case& c : cases) b.im(c.group, c.element, "ABCD");
+    int status;
+    Dicom_Msg m(b.data(), b.size(), 1, Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN),
+                &status);
+    ASSERT_EQ(status, 0);
+    for (const Case& c : cases) {
+        const Dicom_ME* me = m.Find(Dicom_Tag(uint16_t(c.group), uint16_t(c.element)), false);
+        ASSERT_NE(me, nullptr) << std::hex << c.group << "," << c.element;
+        EXPECT_EQ(me->GetVR(), c.vr) << std::hex << c.group << "," << c.element;
+    }
+}
