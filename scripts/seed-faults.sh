@@ -72,8 +72,10 @@ build_tree || {
 exclude="^package\."
 if [[ ${SEED_BASELINE:-1} != 0 ]]; then
     log "baseline run"
+    local t0=$SECONDS
     broken=$(cd "$build" && ctest -j"$jobs" --timeout 300 -E "$exclude" 2>&1 |
         sed -nE 's/^[[:space:]]*[0-9]+ - ([^ ]+) .*/\1/p' | sed 's/[][().*+?^$|\\/]/\\&/g' | paste -sd '|' -) || true
+    log "baseline run: $((SECONDS - t0)) s for the suite without the package test"
     if [[ -n $broken ]]; then
         log "failing before any fault (left out): $broken"
         exclude="$exclude|^($broken)\$"
