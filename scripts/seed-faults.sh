@@ -7,6 +7,8 @@
 #                      left out of the fault runs, so that they cannot claim a catch)
 #   SEED_OUT=file      where the markdown table goes (default: seed-faults-<commit>.md in the
 #                      scratch worktree); it is also printed to stdout.
+#   SEED_WORKTREE=dir  the scratch worktree (default /work/wt/seed-<branch>)
+#   SEED_JOBS=n        parallel build and test jobs (default 2)
 #   SEED_PREVIOUS=file a table of an earlier run: the tests that caught each fault then are
 #                      tried first (a rerun after a change of the suite is then much quicker).
 #
@@ -31,10 +33,10 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 table="$here/scripts/seed-faults.tsv"
 commit=$(git -C "$here" rev-parse --short "${1:-HEAD}")
 branch=$(git -C "$here" rev-parse --abbrev-ref HEAD)
-scratch="/work/wt/seed-${branch}"
+scratch=${SEED_WORKTREE:-"/work/wt/seed-${branch}"}
 build="$scratch/build/release"
 out=${SEED_OUT:-"$scratch/seed-faults-$commit.md"}
-jobs=2
+jobs=${SEED_JOBS:-2}
 
 log() { echo "== $*" >&2; }
 
