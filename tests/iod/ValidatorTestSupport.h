@@ -7,6 +7,7 @@
 #include <IOD/IOD_CTImage.h>
 #include <KvlLog/Kvl_LogFile.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,25 @@
 
 // Stores a copy of `value` under `tag`.
 inline void Put(IOD_Msg& msg, const Dicom_Tag& tag, Dicom_Type&& value) { msg.Set(tag, &value); }
+
+// Changes that a validator table case applies to a complete image.
+using Change = std::function<void(IOD_Msg&)>;
+inline Change Drop(const Dicom_Tag& tag) {
+    return [tag](IOD_Msg& m) { m.Remove(tag); };
+}
+template <class V>
+Change Empty(const Dicom_Tag& tag) {
+    return [tag](IOD_Msg& m) { Put(m, tag, V()); };
+}
+template <class V>
+Change With(const Dicom_Tag& tag, const V& value) {
+    return [tag, value](IOD_Msg& m) { Put(m, tag, V(value)); };
+}
+inline Change All(std::vector<Change> changes) {
+    return [changes](IOD_Msg& m) {
+        for (const Change& c : changes) c(m);
+    };
+}
 
 // Pixel data of `bytes` bytes (OW).
 inline Dicom_OW PixelBytes(unsigned int bytes) {

@@ -104,28 +104,22 @@ TEST(IODMsgClone, SelectiveClonesLeaveTheSourceWithTheSameElementObjects) {
     keep.append(&name);
     keep.append(&msgLength);
 
+    using Tags = std::vector<Dicom_Tag>;
     struct Case {
         const char* what;
         std::unique_ptr<IOD_Msg> clone;
-        std::vector<Dicom_Tag> present, absent;
+        Tags present, absent;
     };
     Case cases[] = {
-        {"CloneWithoutPD",
-         std::unique_ptr<IOD_Msg>(source.CloneWithoutPD()),
-         {Dicom_Tag(0x00100010u), Dicom_Tag(0x00080050u), msgLength},
-         {kPixelData, kCompressed, kEncrypted}},
-        {"CloneWithoutTags",
-         std::unique_ptr<IOD_Msg>(source.CloneWithoutTags(tags)),
-         {kPixelData, kCompressed, kEncrypted},
-         {Dicom_Tag(0x00080050u)}},
-        {"CloneWithoutTags, none",
-         std::unique_ptr<IOD_Msg>(source.CloneWithoutTags(none)),
-         {kPixelData, kCompressed, kEncrypted, Dicom_Tag(0x00080050u)},
-         {}},
-        {"Clone(tags)",
-         std::unique_ptr<IOD_Msg>(source.Clone(keep)),
-         {name, msgLength},
-         {Dicom_Tag(0x00080050u), Dicom_Tag(0x00280010u), kPixelData, kCompressed, kEncrypted}},
+        {"CloneWithoutPD", std::unique_ptr<IOD_Msg>(source.CloneWithoutPD()),
+         Tags{Dicom_Tag(0x00100010u), Dicom_Tag(0x00080050u), msgLength},
+         Tags{kPixelData, kCompressed, kEncrypted}},
+        {"CloneWithoutTags", std::unique_ptr<IOD_Msg>(source.CloneWithoutTags(tags)),
+         Tags{kPixelData, kCompressed, kEncrypted}, Tags{Dicom_Tag(0x00080050u)}},
+        {"CloneWithoutTags, none", std::unique_ptr<IOD_Msg>(source.CloneWithoutTags(none)),
+         Tags{kPixelData, kCompressed, kEncrypted, Dicom_Tag(0x00080050u)}, Tags{}},
+        {"Clone(tags)", std::unique_ptr<IOD_Msg>(source.Clone(keep)), Tags{name, msgLength},
+         Tags{Dicom_Tag(0x00080050u), Dicom_Tag(0x00280010u), kPixelData, kCompressed, kEncrypted}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

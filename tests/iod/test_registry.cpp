@@ -4,6 +4,7 @@
 #include <IOD/IOD_Msg.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -14,69 +15,62 @@ namespace {
 
 // A non-empty value of the class of `vr`.
 std::unique_ptr<Dicom_Type> SampleValue(Dicom_VR vr) {
-    switch (vr) {
-        case Dicom_VR::AE:
-            return std::make_unique<Dicom_AE>("STORE_SCP");
-        case Dicom_VR::AS:
-            return std::make_unique<Dicom_AS>("042Y");
-        case Dicom_VR::AT:
-            return std::make_unique<Dicom_AT>(0x0028, 0x0010);
-        case Dicom_VR::CS:
-            return std::make_unique<Dicom_CS>("ORIGINAL\\PRIMARY");
-        case Dicom_VR::DA:
-            return std::make_unique<Dicom_DA>("20240229");
-        case Dicom_VR::DS:
-            return std::make_unique<Dicom_DS>("-1.5\\2e3");
-        case Dicom_VR::DT:
-            return std::make_unique<Dicom_DT>("20240229123456.5");
-        case Dicom_VR::FD:
-            return std::make_unique<Dicom_FD>(std::vector<double>{0.25, -7.0});
-        case Dicom_VR::FL:
-            return std::make_unique<Dicom_FL>(std::vector<float>{1.5f, -2.0f});
-        case Dicom_VR::IS:
-            return std::make_unique<Dicom_IS>("-12\\7");
-        case Dicom_VR::LO:
-            return std::make_unique<Dicom_LO>("Long string");
-        case Dicom_VR::LT:
-            return std::make_unique<Dicom_LT>("Long text\r\nline two");
-        case Dicom_VR::OB: {
-            unsigned char bytes[] = {1, 2, 3, 0xFF};
-            return std::make_unique<Dicom_OB>(bytes, 4u, 1, nullptr);
-        }
-        case Dicom_VR::OW: {
-            unsigned char bytes[] = {1, 2, 3, 4};
-            return std::make_unique<Dicom_OW>(bytes, 4u, 1, nullptr);
-        }
-        case Dicom_VR::PN:
-            return std::make_unique<Dicom_PN>("Doe^Jane");
-        case Dicom_VR::SH:
-            return std::make_unique<Dicom_SH>("SHORT");
-        case Dicom_VR::SL:
-            return std::make_unique<Dicom_SL>(std::vector<int>{-70000, 3});
-        case Dicom_VR::SQ: {
-            auto sq = std::make_unique<Dicom_SQ>();
-            IOD_Msg* item = new IOD_Msg;
-            item->SetCodeValue(Dicom_SH("121322"));
-            sq->AddItem(item);
-            return sq;
-        }
-        case Dicom_VR::SS:
-            return std::make_unique<Dicom_SS>(std::vector<short>{-2, 300});
-        case Dicom_VR::ST:
-            return std::make_unique<Dicom_ST>("Short text");
-        case Dicom_VR::TM:
-            return std::make_unique<Dicom_TM>("235959.25");
-        case Dicom_VR::UI:
-            return std::make_unique<Dicom_UI>("1.2.840.10008.1.2.1");
-        case Dicom_VR::UL:
-            return std::make_unique<Dicom_UL>(std::vector<unsigned int>{70000, 1});
-        case Dicom_VR::US:
-            return std::make_unique<Dicom_US>(std::vector<unsigned short>{512, 3});
-        case Dicom_VR::UT:
-            return std::make_unique<Dicom_UT>("Unlimited text");
-        default:
-            return nullptr;
-    }
+    static unsigned char bytes[] = {1, 2, 3, 0xFF};
+    using V = Dicom_VR;
+    static const std::map<Dicom_VR, std::function<Dicom_Type*()>> samples = {
+        {V::AE, [] { return new Dicom_AE("STORE_SCP"); }},
+        {V::AS, [] { return new Dicom_AS("042Y"); }},
+        {V::AT, [] { return new Dicom_AT(0x0028, 0x0010); }},
+        {V::CS, [] { return new Dicom_CS("ORIGINAL\\PRIMARY"); }},
+        {V::DA, [] { return new Dicom_DA("20240229"); }},
+        {V::DS, [] { return new Dicom_DS("-1.5\\2e3"); }},
+        {V::DT, [] { return new Dicom_DT("20240229123456.5"); }},
+        {V::FD,
+         [] {
+             return new Dicom_FD(std::vector<double>{0.25, -7.0});
+         }},
+        {V::FL,
+         [] {
+             return new Dicom_FL(std::vector<float>{1.5f, -2.0f});
+         }},
+        {V::IS, [] { return new Dicom_IS("-12\\7"); }},
+        {V::LO, [] { return new Dicom_LO("Long string"); }},
+        {V::LT, [] { return new Dicom_LT("Long text\r\nline two"); }},
+        {V::OB, [] { return new Dicom_OB(bytes, 4u, 1, nullptr); }},
+        {V::OW, [] { return new Dicom_OW(bytes, 4u, 1, nullptr); }},
+        {V::PN, [] { return new Dicom_PN("Doe^Jane"); }},
+        {V::SH, [] { return new Dicom_SH("SHORT"); }},
+        {V::SL,
+         [] {
+             return new Dicom_SL(std::vector<int>{-70000, 3});
+         }},
+        {V::SS,
+         [] {
+             return new Dicom_SS(std::vector<short>{-2, 300});
+         }},
+        {V::ST, [] { return new Dicom_ST("Short text"); }},
+        {V::TM, [] { return new Dicom_TM("235959.25"); }},
+        {V::UI, [] { return new Dicom_UI("1.2.840.10008.1.2.1"); }},
+        {V::UL,
+         [] {
+             return new Dicom_UL(std::vector<unsigned int>{70000, 1});
+         }},
+        {V::US,
+         [] {
+             return new Dicom_US(std::vector<unsigned short>{512, 3});
+         }},
+        {V::UT, [] { return new Dicom_UT("Unlimited text"); }},
+        {V::SQ,
+         [] {
+             auto* sq = new Dicom_SQ();
+             IOD_Msg* item = new IOD_Msg;
+             item->SetCodeValue(Dicom_SH("121322"));
+             sq->AddItem(item);
+             return sq;
+         }},
+    };
+    const auto it = samples.find(vr);
+    return std::unique_ptr<Dicom_Type>(it == samples.end() ? nullptr : it->second());
 }
 
 }  // namespace

@@ -9,46 +9,11 @@ group=$1 iodtool=$2 corpus=$3 dcmdump=$4 work=$5
 files=$corpus/test_files
 dcmtk=$(dirname "$(command -v "$dcmdump")")
 
-failures=0
-fail() {
-    echo "FAIL: $*"
-    failures=$((failures + 1))
-}
-if [ ! -d "$files" ]; then
-    echo "FAIL: no test corpus at $files: install the Debian package python3-pydicom"
-    exit 1
-fi
-if ! command -v "$dcmdump" >/dev/null 2>&1 || [ ! -x "$dcmtk/dcmdrle" ] || [ ! -x "$dcmtk/dcmodify" ]; then
-    echo "FAIL: dcmdump, dcmdrle or dcmodify not found: install the Debian package dcmtk"
-    exit 1
-fi
-rm -rf "$work"
-mkdir -p "$work"
+. "$(dirname "$0")/iodtool_test_lib.sh"
+need_corpus "$files"
+need_dcmtk "$dcmdump" "$dcmtk/dcmdrle" "$dcmtk/dcmodify"
+fresh_workdir
 
-run() {  # run NAME CMD...: stdout and stderr in $work/NAME.out / .err; sets $rc
-    local name=$1
-    shift
-    "$@" >"$work/$name.out" 2>"$work/$name.err"
-    rc=$?
-}
-expect_rc() {  # expect_rc NAME EXPECTED
-    [ "$rc" -eq "$2" ] || fail "$1: exit code $rc, expected $2; stderr: $(head -c 400 "$work/$1.err")"
-}
-expect_grep() {  # expect_grep NAME out|err REGEX
-    grep -Eq -- "$3" "$work/$1.$2" || fail "$1: std$2 does not match /$3/: $(head -c 400 "$work/$1.$2")"
-}
-# dcmdump reads FILE without an error; its dump goes to $work/NAME.dump.
-dcmtk_reads() {  # dcmtk_reads NAME FILE
-    "$dcmdump" -q "$2" >"$work/$1.dump" 2>"$work/$1.dcmerr" || fail "$1: dcmdump cannot read $2"
-    grep -q '^E:' "$work/$1.dcmerr" && fail "$1: dcmdump reports errors: $(head -3 "$work/$1.dcmerr")"
-}
-# Our dump of the data set without the lines whose tags match REGEX (and the meta group).
-dump_without() {  # dump_without FILE REGEX
-    "$iodtool" dump --no-meta --max-length 0 "$1" | grep -v '^#' | grep -Ev -- "$2" | sed 's/ *#.*//'
-}
-nothing_written() {  # nothing_written FILENAME: neither it nor its temporary file is in $work
-    ls "$work" | grep -qF "$1" && fail "$1: output or temporary file left behind"
-}
 # The pixel data of FILE as DCMTK decodes it (RLE decompressed), in the file OUT.
 decoded_pixels() {  # decoded_pixels FILE OUT
     local dir=$2.d
@@ -91,20 +56,17 @@ case "$group" in
 strip)
     # Without pixel data: every other element as it was, the syntax kept, read by DCMTK.
     for f in CT_small.dcm MR_small_bigendian.dcm JPEG2000.dcm; do
-        run "pd-$f" "$iodtool" strip "$files/$f" "$work/pd-$f" --pixel-data
-        expect_rc "pd-$f" 0
+        check "pd-$f" 0 -- "$iodtool" strip "$files/$f" "$work/pd-$f" --pixel-data
         dcmtk_reads "pd-$f" "$work/pd-$f"
         grep -q '^(7fe0,0010)' "$work/pd-$f.dump" && fail "pd-$f: pixel data still there"
-        diff <(dump_without "$files/$f" '^ *\((7fe0,0010|fffe,e0(00|0d|dd))\)') <(dump_without "$work/pd-$f" '^ *\((fffe,e0(00|0d|dd))\)') \
-            >"$work/pd-$f.diff" || fail "pd-$f: other elements changed: $(head -5 "$work/pd-$f.diff")"
-        [ "$("$iodtool" dump "$files/$f" | grep '^# Data set')" = "$("$iodtool" dump "$work/pd-$f" | grep '^# Data set')" ] ||
-            fail "pd-$f: transfer syntax changed"
+        same "pd-$f" <(dump_without "$files/$f" '^ *\((7fe0,0010|fffe,e0(00|0d|dd))\)') \
+            <(dump_without "$work/pd-$f" '^ *\((fffe,e0(00|0d|dd))\)')
+        same "pd-$f-syntax" <("$iodtool" dump "$files/$f" | grep '^# Data set') <("$iodtool" dump "$work/pd-$f" | grep '^# Data set')
     done
     # Only the named attributes (by accessor name, keyword and number, a private one among them),
     # the private creators and the meta group.
-    run keep "$iodtool" strip "$files/CT_small.dcm" "$work/keep.dcm" --keep PatientsName --keep PatientID \
+    check keep 0 -- "$iodtool" strip "$files/CT_small.dcm" "$work/keep.dcm" --keep PatientsName --keep PatientID \
         --keep 0043,1010 --keep Rows_i:0
-    expect_rc keep 0
     dcmtk_reads keep "$work/keep.dcm"
     got=$(dump_without "$work/keep.dcm" '^\([0-9a-f]{3}[13579bdf],00[1-9a-f][0-9a-f]\) LO' | awk '{print $1}' | tr '\n' ' ')
     [ "$got" = "(0010,0010) (0010,0020) (0043,1010) " ] || fail "keep: kept $got"
@@ -112,12 +74,33 @@ strip)
     # Named attributes out, the VOI LUT module out, overlay groups out.
     "$iodtool" set "$files/CT_small.dcm" "$work/ov.dcm" OverlayType_i:0=G OverlayType_i:3=R CurveDimensions_i:0=1 \
         WindowCenter=40 WindowWidth=400 >/dev/null || fail "set: cannot prepare the input"
-    run some "$iodtool" strip "$work/ov.dcm" "$work/some.dcm" --tag PatientName --tag 0008,0060 --voi --group 6000
-    expect_rc some 0
+    check some 0 -- "$iodtool" strip "$work/ov.dcm" "$work/some.dcm" --tag PatientName --tag 0008,0060 --voi --group 6000
     dcmtk_reads some "$work/some.dcm"
-    diff <(dump_without "$work/ov.dcm" '^\((0010,0010|0008,0060|0028,105[01]|60..,....)\)') \
-        <(dump_without "$work/some.dcm" '^$') >"$work/some.diff" || fail "some: $(head -5 "$work/some.diff")"
+    same some <(dump_without "$work/ov.dcm" '^\((0010,0010|0008,0060|0028,105[01]|60..,....)\)') \
+        <(dump_without "$work/some.dcm" '^$')
     grep -q '^(5000,0005)' "$work/some.dump" || fail "some: curve group removed with the overlays"
+    ;;
+
+getset)
+    # Attributes by accessor name, in a repeating group and private; absent ones say so.
+    check set 0 -- "$iodtool" set "$files/CT_small.dcm" "$work/set.dcm" 'AccessionNumber=A-1' 'Rows_i:3=64' \
+        'WindowCenter=40\400' 'MsgLength=99'
+    dcmtk_reads set "$work/set.dcm"
+    check get 0 -- "$iodtool" get "$work/set.dcm" PatientsName Rows AccessionNumber Rows_i:3 Rows_i:2 WindowCenter MsgLength
+    same get - "$work/get.out" <<'EOF'
+PatientsName = CompressedSamples^CT1
+Rows = 128
+AccessionNumber = A-1
+Rows_i:3 = 64
+Rows_i:2: absent
+WindowCenter = 40\400
+MsgLength = 99
+EOF
+    check unknown 2 "NoSuchAttribute" -- "$iodtool" get "$work/set.dcm" NoSuchAttribute
+    check badvalue 2 -- "$iodtool" set "$work/set.dcm" "$work/bad.dcm" Rows=notanumber
+    nothing_written bad.dcm
+    check missing 1 -- "$iodtool" get "$work/no-such.dcm" Rows
+    check get-usage 2 "usage: iodtool get" -- "$iodtool" get "$work/set.dcm"
     ;;
 
 length)
@@ -127,8 +110,7 @@ length)
         for ts in "" explicit implicit big deflated; do
             [ "$f" = JPEG2000.dcm ] && [ -n "$ts" ] && continue
             name="len-$f-${ts:-asread}"
-            run "$name" "$iodtool" length "$files/$f" ${ts:+--transfer-syntax "$ts"}
-            expect_rc "$name" 0
+            check "$name" 0 -- "$iodtool" length "$files/$f" ${ts:+--transfer-syntax "$ts"}
             "$iodtool" convert "$files/$f" "$work/$name.dcm" ${ts:+--transfer-syntax "$ts"} || fail "$name: convert failed"
             size=$(stat -c %s "$work/$name.dcm")
             expect_grep "$name" out "^file: +$size bytes"
@@ -140,35 +122,30 @@ length)
         done
     done
     # An SR document is measured whole, plus the 12-byte allowance.
-    run sr "$iodtool" length "$files/test-SR.dcm"
-    expect_rc sr 0
+    check sr 0 -- "$iodtool" length "$files/test-SR.dcm"
     set -- $(sed -nE 's/^data set: +([0-9]+) bytes$/\1/p; s/^CalcMsgLength: +([0-9]+) bytes$/\1/p' "$work/sr.out")
     [ "$#" -eq 2 ] && [ "$2" -eq $(($1 + 12)) ] || fail "sr: CalcMsgLength is not the data set + 12: $*"
     expect_grep sr out "send-size estimate"
     # Encapsulated pixel data in a native syntax: as convert, refused.
-    run encap "$iodtool" length "$files/JPEG2000.dcm" --transfer-syntax explicit
-    expect_rc encap 1
-    expect_grep encap err "cannot write encapsulated pixel data in a native transfer syntax"
+    check encap 1 "cannot write encapsulated pixel data in a native transfer syntax" -- \
+        "$iodtool" length "$files/JPEG2000.dcm" --transfer-syntax explicit
     ;;
 
 deidentify)
     export IOD_DEID_KEY=msgops-test-key
-    run deid "$iodtool" deidentify "$files/CT_small.dcm" "$work/deid.dcm"
-    expect_rc deid 0
+    check deid 0 -- "$iodtool" deidentify "$files/CT_small.dcm" "$work/deid.dcm"
     dcmtk_reads deid "$work/deid.dcm"
     hash=$(printf '1CT1' | openssl dgst -sha256 -hmac "$IOD_DEID_KEY" | sed 's/.*= //' | tr a-f A-F)
     grep -q "^(0010,0010) PN \[C^C\]" "$work/deid.dump" || fail "deid: name not replaced by its initials"
     grep -q "^(0010,0020) LO \[$hash\]" "$work/deid.dump" || fail "deid: patient ID is not the keyed hash $hash"
-    diff <(dump_without "$files/CT_small.dcm" '^\(0010,00[12]0\)') <(dump_without "$work/deid.dcm" '^\(0010,00[12]0\)') \
-        >/dev/null || fail "deid: other elements changed"
-    run new "$iodtool" deidentify "$files/CT_small.dcm" "$work/new.dcm" --new-instance
-    expect_rc new 0
+    same deid <(dump_without "$files/CT_small.dcm" '^\(0010,00[12]0\)') <(dump_without "$work/deid.dcm" '^\(0010,00[12]0\)')
+    check new 0 -- "$iodtool" deidentify "$files/CT_small.dcm" "$work/new.dcm" --new-instance
     dcmtk_reads new "$work/new.dcm"
     uid=$(sed -nE 's/^SOP Instance UID: (2\.25\.[0-9]+)$/\1/p' "$work/new.out")
     [ -n "$uid" ] || fail "new: no new UID printed: $(cat "$work/new.out")"
-    grep -q "^(0008,0018) UI \[$uid\]" "$work/new.dump" || fail "new: SOP Instance UID is not $uid"
-    grep -q "^(0002,0003) UI \[$uid\]" "$work/new.dump" || fail "new: meta group names another instance"
-    grep -q "^(0008,0012) DA \[$(date +%Y%m%d)\]" "$work/new.dump" || fail "new: creation date is not today"
+    for line in "(0008,0018) UI \[$uid\]" "(0002,0003) UI \[$uid\]" "(0008,0012) DA \[$(date +%Y%m%d)\]"; do
+        grep -q "^$line" "$work/new.dump" || fail "new: no line $line"
+    done
     "$iodtool" help deidentify | grep -q "NOT a full de-identification profile" || fail "help: no warning"
     ;;
 
@@ -181,13 +158,12 @@ frame)
         f=${spec%:*} n=${spec##*:}
         [ "${f#/}" = "$f" ] && f=$files/$f
         name="frame-$(basename "$f")-$n"
-        run "$name" "$iodtool" frame "$f" "$work/$name.dcm" "$n"
-        expect_rc "$name" 0
+        check "$name" 0 -- "$iodtool" frame "$f" "$work/$name.dcm" "$n"
         dcmtk_reads "$name" "$work/$name.dcm"
         grep -q '^(0028,0009)' "$work/$name.dump" && fail "$name: Frame Increment Pointer left"
         grep -q '^(0028,0008) IS \[1\]' "$work/$name.dump" || fail "$name: Number of Frames is not 1"
         if [ "$(basename "$f")" = JPEG2000.dcm ]; then  # one frame, no JPEG 2000 decoder in DCMTK
-            diff <(dump_without "$f" '^\(0028,0009\)') <(dump_without "$work/$name.dcm" '^$') >/dev/null || fail "$name: changed"
+            same "$name" <(dump_without "$f" '^\(0028,0009\)') <(dump_without "$work/$name.dcm" '^$')
             continue
         fi
         decoded_pixels "$f" "$work/$name.in.raw"
@@ -199,28 +175,19 @@ frame)
             fail "$name: the output holds another frame"
     done
     grep -q '^(3004,000c) DS \[10\.0*\] ' "$work/frame-rtdose.dcm-3.dump" || fail "rtdose 3: grid offset not 10"
-    # Fragments that no offset table assigns to frames: refused, nothing written.
+    # Refused, nothing written: fragments that no offset table assigns to frames, an offset table
+    # that does not list every frame, a frame beyond the last, and frame numbers that are not one.
     reencapsulate "$files/SC_rgb_rle_2frame.dcm" "$work/split.dcm" split
-    run split "$iodtool" frame "$work/split.dcm" "$work/split-out.dcm" 1
-    expect_rc split 1
-    expect_grep split err "not known: no offset table, and 3 fragments for 2 frames"
-    nothing_written split-out.dcm
-    # An offset table that does not list every frame.
     cp "$files/SC_rgb_rle_2frame.dcm" "$work/three.dcm"
     "$dcmtk/dcmodify" -q -nb -m "(0028,0008)=3" "$work/three.dcm" || fail "dcmodify failed"
-    run three "$iodtool" frame "$work/three.dcm" "$work/three-out.dcm" 3
-    expect_rc three 1
-    expect_grep three err "offset table has 2 entries for 3 frames"
-    nothing_written three-out.dcm
-    run beyond "$iodtool" frame "$files/rtdose.dcm" "$work/beyond.dcm" 16
-    expect_rc beyond 1
-    expect_grep beyond err "has 15 frame\(s\); there is no frame 16"
-    nothing_written beyond.dcm
+    check split 1 "not known: no offset table, and 3 fragments for 2 frames" -- \
+        "$iodtool" frame "$work/split.dcm" "$work/split-out.dcm" 1
+    check three 1 "offset table has 2 entries for 3 frames" -- "$iodtool" frame "$work/three.dcm" "$work/three-out.dcm" 3
+    check beyond 1 "has 15 frame\(s\); there is no frame 16" -- "$iodtool" frame "$files/rtdose.dcm" "$work/beyond.dcm" 16
     for bad in 0 -1 x 2x; do
-        run "bad$bad" "$iodtool" frame "$files/rtdose.dcm" "$work/bad.dcm" "$bad"
-        expect_rc "bad$bad" 2
+        check "bad$bad" 2 -- "$iodtool" frame "$files/rtdose.dcm" "$work/bad.dcm" "$bad"
     done
-    nothing_written bad.dcm
+    for out in split-out.dcm three-out.dcm beyond.dcm bad.dcm; do nothing_written "$out"; done
     ;;
 
 errors)
@@ -233,34 +200,23 @@ errors)
         shift
         for input in "$work/no-such.dcm" "$files/rtplan_truncated.dcm" "$work/text.dcm"; do
             name="$c-$(basename "$input")"
-            if [ "$c" = length ]; then
-                run "$name" "$iodtool" length "$input"
-            elif [ "$c" = frame ]; then
-                run "$name" "$iodtool" frame "$input" "$work/out-$name" 1
-            else
-                run "$name" "$iodtool" "$c" "$input" "$work/out-$name" "$@"
-            fi
-            expect_rc "$name" 1
-            expect_grep "$name" err "^iodtool $c: .*$(basename "$input"): (cannot open|not a DICOM file, or truncated or malformed; nothing written)"
+            case $c in
+            length) args=("$input") ;;
+            frame) args=("$input" "$work/out-$name" 1) ;;
+            *) args=("$input" "$work/out-$name" "$@") ;;
+            esac
+            check "$name" 1 "^iodtool $c: .*$(basename "$input"): (cannot open|not a DICOM file, or truncated or malformed; nothing written)" \
+                -- "$iodtool" "$c" "${args[@]}"
             nothing_written "out-$name"
         done
-        run "$c-usage" "$iodtool" "$c"
-        expect_rc "$c-usage" 2
-        expect_grep "$c-usage" err "usage: iodtool $c"
+        check "$c-usage" 2 "usage: iodtool $c" -- "$iodtool" "$c"
     done
-    run unknown-name "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm" --tag NoSuchAttribute
-    expect_rc unknown-name 2
-    expect_grep unknown-name err "NoSuchAttribute"
-    run bad-group "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm" --group 6002
-    expect_rc bad-group 2
-    run nothing "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm"
-    expect_rc nothing 2
-    expect_grep nothing err "nothing to strip"
+    check unknown-name 2 "NoSuchAttribute" -- "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm" --tag NoSuchAttribute
+    check bad-group 2 -- "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm" --group 6002
+    check nothing 2 "nothing to strip" -- "$iodtool" strip "$files/CT_small.dcm" "$work/u.dcm"
     nothing_written u.dcm
     # An output that cannot be written leaves no temporary file and reports the path.
-    run nodir "$iodtool" deidentify "$files/CT_small.dcm" "$work/no-such-dir/out.dcm"
-    expect_rc nodir 1
-    expect_grep nodir err "no-such-dir/out.dcm"
+    check nodir 1 "no-such-dir/out.dcm" -- "$iodtool" deidentify "$files/CT_small.dcm" "$work/no-such-dir/out.dcm"
     ;;
 
 *)
@@ -268,9 +224,4 @@ errors)
     exit 2
     ;;
 esac
-
-if [ "$failures" -ne 0 ]; then
-    echo "$group: $failures check(s) failed"
-    exit 1
-fi
-echo "$group: all checks passed"
+finish "$group"

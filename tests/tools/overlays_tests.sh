@@ -6,17 +6,9 @@ set -u
 group=$1 iodtool=$(realpath "$2") dcmdump=$3 work=$4
 dump2dcm="$(dirname "$(command -v "$dcmdump")")/dump2dcm"
 
-failures=0
-fail() {
-    echo "FAIL: $*"
-    failures=$((failures + 1))
-}
-if [ ! -x "$dump2dcm" ]; then
-    echo "FAIL: dcmdump and dump2dcm not found: install the Debian package dcmtk"
-    exit 1
-fi
-rm -rf "$work"
-mkdir -p "$work"
+. "$(dirname "$0")/iodtool_test_lib.sh"
+need_dcmtk "$dcmdump" "$dump2dcm"
+fresh_workdir
 
 # Overlays 0 (text "LEFT"), 1 (graphic), 2 (text "RIGHT", type R); curves SS and FD (with a
 # descriptor) and two nested levels of additional curves; shutters, a displayed area and a
@@ -107,31 +99,14 @@ for ts in $syntaxes; do
     "$dump2dcm" -q "+$ts" "$work/in.txt" "$work/in-$ts.dcm" || { echo "FAIL: dump2dcm +$ts"; exit 1; }
 done
 
-# run NAME CMD...: stdout and stderr in $work/NAME.out / .err; sets $rc.
-run() {
-    local name=$1
-    shift
-    "$@" >"$work/$name.out" 2>"$work/$name.err"
-    rc=$?
-}
-expect_rc() {
-    [ "$rc" -eq "$2" ] || fail "$1: exit code $rc, expected $2; stderr: $(head -c 300 "$work/$1.err")"
-}
-# dcmdump must read FILE without an error; its dump (values only) goes to FILE.txt.
-dcmtk_reads() {
-    "$dcmdump" -q "$1" >"$1.txt" 2>"$1.err" || fail "dcmdump cannot read $1: $(head -3 "$1.err")"
-    grep -q '^E:' "$1.err" && fail "dcmdump reports errors on $1: $(head -3 "$1.err")"
-    sed -i 's/ *#.*//' "$1.txt"
-}
 expect_listing() {  # expect_listing NAME: $work/NAME.out equals standard input
-    diff <(cat) "$work/$1.out" >"$work/$1.diff" || { fail "$1: listing differs"; head -20 "$work/$1.diff"; }
+    same "$1" - "$work/$1.out"
 }
 
 case $group in
 list)
     for ts in $syntaxes; do
-        run "list-$ts" "$iodtool" overlays "$work/in-$ts.dcm"
-        expect_rc "list-$ts" 0
+        check "list-$ts" 0 -- "$iodtool" overlays "$work/in-$ts.dcm"
         expect_listing "list-$ts" <<'EOF'
 Overlays (60xx): 3
   index 0  group 6000  type G  text "LEFT" at row 10, column 20  rows 4  columns 4
@@ -148,106 +123,79 @@ Additional curves item 1.1: 1
   index 0  group 5000  type ROI  dimensions 2  points 1  data FL
 EOF
     done
-    for args in "" "in-te.dcm x.dcm --clear --remove-texts" "in-te.dcm x.dcm --remove 128" "in-te.dcm --clear"; do
-        (cd "$work" && "$iodtool" overlays $args >/dev/null 2>&1)
-        rc=$?
-        [ "$rc" -eq 2 ] || fail "overlays $args: exit code $rc, expected 2"
-    done
+    check noargs 2 -- "$iodtool" overlays
+    check two-actions 2 -- "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --clear --remove-texts
+    check index-128 2 -- "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --remove 128
+    check no-output 2 -- "$iodtool" overlays "$work/in-te.dcm" --clear
     head -c $(($(stat -c %s "$work/in-te.dcm") - 3)) "$work/in-te.dcm" >"$work/truncated.dcm"
-    run truncated "$iodtool" overlays "$work/truncated.dcm" "$work/x.dcm" --clear
-    expect_rc truncated 1
-    grep -q 'nothing written' "$work/truncated.err" || fail "truncated: no 'nothing written' message"
-    [ -e "$work/x.dcm" ] && fail "a file was written from a truncated input"
+    check truncated 1 "nothing written" -- "$iodtool" overlays "$work/truncated.dcm" "$work/x.dcm" --clear
+    nothing_written x.dcm
     ;;
 edit)
     for ts in $syntaxes; do
-        run "texts-$ts" "$iodtool" overlays "$work/in-$ts.dcm" "$work/texts-$ts.dcm" --remove-texts
-        expect_rc "texts-$ts" 0
-        dcmtk_reads "$work/texts-$ts.dcm"
+        check "texts-$ts" 0 -- "$iodtool" overlays "$work/in-$ts.dcm" "$work/texts-$ts.dcm" --remove-texts
+        dcmtk_reads "texts-$ts" "$work/texts-$ts.dcm"
         # The graphic overlay of index 1 is now index 0, its data with it; no private group left.
-        grep -q '^(6000,0011) US 8$' "$work/texts-$ts.dcm.txt" || fail "$ts: index 1 did not move to 6000"
-        grep -q '^(6000,3000) OW 5678\\9abc$' "$work/texts-$ts.dcm.txt" || fail "$ts: overlay data did not move"
-        grep -Eq '^\((600[1-9a-f]),' "$work/texts-$ts.dcm.txt" && fail "$ts: overlay groups left above 6000"
-        run "list-texts-$ts" "$iodtool" overlays "$work/texts-$ts.dcm"
-        head -3 "$work/list-texts-$ts.out" >"$work/head-texts-$ts.out"
+        grep -q '^(6000,0011) US 8$' "$work/texts-$ts.txt" || fail "$ts: index 1 did not move to 6000"
+        grep -q '^(6000,3000) OW 5678\\9abc$' "$work/texts-$ts.txt" || fail "$ts: overlay data did not move"
+        grep -Eq '^\((600[1-9a-f]),' "$work/texts-$ts.txt" && fail "$ts: overlay groups left above 6000"
+        "$iodtool" overlays "$work/texts-$ts.dcm" | head -3 >"$work/head-texts-$ts.out"
         expect_listing "head-texts-$ts" <<'EOF'
 Overlays (60xx): 1
   index 0  group 6000  type G  graphic  rows 4  columns 8
   first free index: 1
 EOF
     done
-    run remove "$iodtool" overlays "$work/in-tb.dcm" "$work/remove.dcm" --remove 0
-    expect_rc remove 0
-    dcmtk_reads "$work/remove.dcm"
-    run list-remove "$iodtool" overlays "$work/remove.dcm"
-    grep -q '^  index 1  group 6002  type R  text "RIGHT" at row 30, column 40' "$work/list-remove.out" ||
+    check remove 0 -- "$iodtool" overlays "$work/in-tb.dcm" "$work/remove.dcm" --remove 0
+    dcmtk_reads remove "$work/remove.dcm"
+    "$iodtool" overlays "$work/remove.dcm" | grep -q '^  index 1  group 6002  type R  text "RIGHT" at row 30, column 40' ||
         fail "--remove 0: index 2 did not become index 1"
-    run remove-curve "$iodtool" overlays "$work/in-ti.dcm" "$work/remove-curve.dcm" --remove-curve 0
-    expect_rc remove-curve 0
-    run list-remove-curve "$iodtool" overlays "$work/remove-curve.dcm"
-    grep -q '^  index 0  group 5000  type TAC' "$work/list-remove-curve.out" || fail "--remove-curve 0: curve 1 did not move"
-    run clear "$iodtool" overlays "$work/in-te.dcm" "$work/clear.dcm" --clear
-    expect_rc clear 0
-    dcmtk_reads "$work/clear.dcm"
-    grep -Eq '^\((50|60)[0-9a-f]{2},' "$work/clear.dcm.txt" && fail "--clear: overlay or curve groups left"
+    check remove-curve 0 -- "$iodtool" overlays "$work/in-ti.dcm" "$work/remove-curve.dcm" --remove-curve 0
+    "$iodtool" overlays "$work/remove-curve.dcm" | grep -q '^  index 0  group 5000  type TAC' ||
+        fail "--remove-curve 0: curve 1 did not move"
+    check clear 0 -- "$iodtool" overlays "$work/in-te.dcm" "$work/clear.dcm" --clear
+    dcmtk_reads clear "$work/clear.dcm"
+    grep -Eq '^\((50|60)[0-9a-f]{2},' "$work/clear.txt" && fail "--clear: overlay or curve groups left"
     ;;
 scale)
     for ts in $syntaxes; do
-        run "scale-$ts" "$iodtool" scale "$work/in-$ts.dcm" "$work/scale-$ts.dcm" 2 0.5
-        expect_rc "scale-$ts" 0
-        dcmtk_reads "$work/scale-$ts.dcm"
+        check "scale-$ts" 0 -- "$iodtool" scale "$work/in-$ts.dcm" "$work/scale-$ts.dcm" 2 0.5
+        dcmtk_reads "scale-$ts" "$work/scale-$ts.dcm"
     done
     # Explicit VR in both byte orders: DCMTK reads the same values (implicit VR hides the VRs of
     # the private elements from it).
-    diff <(grep -v '^(0002' "$work/scale-te.dcm.txt") <(grep -v '^(0002' "$work/scale-tb.dcm.txt") >"$work/te-tb.diff" ||
-        { fail "scale: little and big endian outputs differ"; head -10 "$work/te-tb.diff"; }
+    same te-tb <(grep -v '^(0002' "$work/scale-te.txt") <(grep -v '^(0002' "$work/scale-tb.txt")
     for expected in '^\(0018,1602\) IS \[20\]$' '^\(0018,1606\) IS \[10\]$' '^\(0018,1610\) IS \[25\\120\]$' \
         '^\(0018,1612\) IS \[30\]$' '^\(0018,1620\) IS \[1\\4\\2\\8\\3\\12\]$' \
         '^    \(0070,0053\) SL 1024\\128$' '^        \(0070,0014\) FL 20\\10$' '^\(6001,1016\) FL 5\\40$' \
         '^\(6005,1016\) FL 15\\80$' '^\(5000,3000\) OB ec\\ff\\0a\\00\\3c\\00\\ec\\ff$' \
         '^\(5002,0112\) US 5$' '^    \(5000,3000\) OB 14\\00\\0a\\00\\3c\\00\\14\\00$' \
         '^        \(5000,3000\) OB 00\\00\\80\\3f\\00\\00\\00\\40$'; do
-        grep -Eq "$expected" "$work/scale-te.dcm.txt" || fail "scale: no line /$expected/ in the output"
+        grep -Eq "$expected" "$work/scale-te.txt" || fail "scale: no line /$expected/ in the output"
     done
     # Our dump of the implicit VR output shows the same values as the explicit one.
-    "$iodtool" dump --no-meta --max-length 0 "$work/scale-te.dcm" | sed 's/ *#.*//; s/^\(.*([0-9a-f,]*)\) ../\1/' >"$work/ours-te.txt"
-    "$iodtool" dump --no-meta --max-length 0 "$work/scale-ti.dcm" | sed 's/ *#.*//; s/^\(.*([0-9a-f,]*)\) ../\1/' >"$work/ours-ti.txt"
-    diff <(grep -v '^#' "$work/ours-te.txt" | grep -v '^(6004,3000)') <(grep -v '^#' "$work/ours-ti.txt" | grep -v '^(6004,3000)') \
-        >"$work/te-ti.diff" || { fail "scale: implicit VR output differs"; head -10 "$work/te-ti.diff"; }
-    for factors in "0 1" "1 inf" "1 x"; do
-        "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" $factors >/dev/null 2>&1
-        rc=$?
-        [ "$rc" -eq 2 ] || fail "scale $factors: exit code $rc, expected 2"
-    done
-    [ -e "$work/x.dcm" ] && fail "a file was written for bad factors"
+    values() { dump_without "$1" '^\(6004,3000\)' | sed 's/^\(.*([0-9a-f,]*)\) ../\1/'; }
+    same te-ti <(values "$work/scale-te.dcm") <(values "$work/scale-ti.dcm")
+    check zero 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 0 1
+    check infinite 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 inf
+    check text 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 x
+    nothing_written x.dcm
     ;;
 data)
     # Overlay and curve data written by us in big endian equal what DCMTK writes itself, and
     # implicit VR input reads as DCMTK reads it.
-    for ts in big explicit; do
-        source=in-te
-        [ "$ts" = explicit ] && source=in-ti
-        run "convert-$ts" "$iodtool" convert "$work/$source.dcm" "$work/conv-$ts.dcm" --transfer-syntax "$ts"
-        expect_rc "convert-$ts" 0
-        dcmtk_reads "$work/conv-$ts.dcm"
-    done
-    for f in in-tb in-ti; do dcmtk_reads "$work/$f.dcm"; done
+    check convert-big 0 -- "$iodtool" convert "$work/in-te.dcm" "$work/conv-big.dcm" --transfer-syntax big
+    check convert-explicit 0 -- "$iodtool" convert "$work/in-ti.dcm" "$work/conv-explicit.dcm" --transfer-syntax explicit
+    for f in conv-big conv-explicit in-tb in-ti; do dcmtk_reads "$f" "$work/$f.dcm"; done
     data='^ *\((50|60)[0-9a-f]{2},3000\)'
-    diff <(grep -E "$data" "$work/in-tb.dcm.txt") <(grep -E "$data" "$work/conv-big.dcm.txt") >"$work/big.diff" ||
-        { fail "big endian overlay or curve data differ from DCMTK's"; head -10 "$work/big.diff"; }
+    same big <(grep -E "$data" "$work/in-tb.txt") <(grep -E "$data" "$work/conv-big.txt")
     # (DCMTK reads the private sequences of the implicit VR file as unknown bytes: top level only.)
     data='^\((50|60)[0-9a-f]{2},3000\)'
-    diff <(grep -E "$data" "$work/in-ti.dcm.txt") <(grep -E "$data" "$work/conv-explicit.dcm.txt") >"$work/implicit.diff" ||
-        { fail "overlay or curve data read from implicit VR differ from DCMTK's reading"; head -10 "$work/implicit.diff"; }
+    same implicit <(grep -E "$data" "$work/in-ti.txt") <(grep -E "$data" "$work/conv-explicit.txt")
     ;;
 *)
     echo "unknown group $group"
     exit 2
     ;;
 esac
-
-if [ "$failures" -gt 0 ]; then
-    echo "$failures check(s) failed"
-    exit 1
-fi
-echo "all checks passed"
+finish "$group"
