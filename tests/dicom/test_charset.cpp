@@ -201,6 +201,24 @@ TEST(CharsetRules, DecideCanEncodeAndTranscode) {
     EXPECT_EQ(status, -1);
 }
 
+TEST(CharsetDecoding, ConvertersWorkFromManyThreadsAtOnce) {
+    std::vector<std::string> results(4);
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < results.size(); ++t) {
+        threads.emplace_back([&results, t] {
+            const Sample& s = Samples()[static_cast<size_t>(6 + t % 4)];
+            std::string last;
+            for (int i = 0; i < 200; ++i) {
+                last.clear();
+                Dicom_Charset::ToUTF8(Index(s.charset), s.bytes.data(), s.bytes.size(), last, true);
+            }
+            results[t] = last == s.text ? "ok" : last;
+        });
+    }
+    for (auto& th : threads) th.join();
+    for (const std::string& r : results) EXPECT_EQ(r, "ok");
+}
+
 TEST(CharsetDecoding, OtherSetsAndCodeExtensions) {
     // expected text from Python's codecs (shift_jis, tis-620, iso8859-15, gb2312, iso2022_jp_2)
     struct Case {
