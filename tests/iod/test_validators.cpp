@@ -200,7 +200,8 @@ const Case kCases[] = {
      Lines{"Bits Allocated is not 16"}},
     {"high bit 15 of 12 stored", With(D::HIGH_BIT, Dicom_US(15)), CHECK(IsCTImageModuleValid), 0,
      Lines{"HigH Bit is incorrect"}},
-    {"10 bits stored", All({With(D::BITS_STORED, Dicom_US(10)), With(D::HIGH_BIT, Dicom_US(9))}),
+    // the last invalid value; 12 bits stored (the complete image) is the first valid one
+    {"11 bits stored", All({With(D::BITS_STORED, Dicom_US(11)), With(D::HIGH_BIT, Dicom_US(10))}),
      CHECK(IsCTImageModuleValid), 0, Lines{"Bits Allocated is less 12"}},
     {"0 bits stored, high bit 65535",
      All({With(D::BITS_STORED, Dicom_US(0)), With(D::HIGH_BIT, Dicom_US(65535))}),
