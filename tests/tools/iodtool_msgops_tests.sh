@@ -110,7 +110,7 @@ length)
         for ts in "" explicit implicit big deflated; do
             [ "$f" = JPEG2000.dcm ] && [ -n "$ts" ] && continue
             name="len-$f-${ts:-asread}"
-            check "$name" 0 -- "$iodtool" length "$files/$f" ${ts:+--transfer-syntax "$ts"}
+            check "$name" 0 -- "$iodtool" length "$files/$f" ${ts:+-t "$ts"}  # --transfer-syntax: below
             "$iodtool" convert "$files/$f" "$work/$name.dcm" ${ts:+--transfer-syntax "$ts"} || fail "$name: convert failed"
             size=$(stat -c %s "$work/$name.dcm")
             expect_grep "$name" out "^file: +$size bytes"
@@ -153,9 +153,9 @@ frame)
     # Frame N of the input and the output's pixel data decode to the same bytes; Number of Frames
     # is 1 and the per-frame vector holds frame N's value.
     reencapsulate "$files/SC_rgb_rle_2frame.dcm" "$work/nobot.dcm" nobot
-    for spec in rtdose.dcm:3 rtdose.dcm:15 SC_rgb_rle_2frame.dcm:2 rtdose_rle.dcm:15 \
+    for item in rtdose.dcm:3 rtdose.dcm:15 SC_rgb_rle_2frame.dcm:2 rtdose_rle.dcm:15 \
         "$work/nobot.dcm":2 SC_rgb_rle_32bit_2frame.dcm:1 JPEG2000.dcm:1; do
-        f=${spec%:*} n=${spec##*:}
+        f=${item%:*} n=${item##*:}
         [ "${f#/}" = "$f" ] && f=$files/$f
         name="frame-$(basename "$f")-$n"
         check "$name" 0 -- "$iodtool" frame "$f" "$work/$name.dcm" "$n"
