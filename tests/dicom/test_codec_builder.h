@@ -14,7 +14,8 @@ namespace testbytes {
 
 // VRs written with 2 reserved bytes and a 32-bit length in explicit VR.
 inline bool LongVR(const std::string& vr) {
-    static const char* longs[] = {"OB", "OD", "OF", "OL", "OV", "OW", "SQ", "UC", "UN", "UR", "UT", "UV"};
+    static const char* longs[] = {"OB", "OD", "OF", "OL", "OV", "OW", "SQ",
+                                  "SV", "UC", "UN", "UR", "UT", "UV"};
     for (const char* l : longs)
         if (vr == l) return true;
     return false;

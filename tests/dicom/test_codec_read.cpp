@@ -367,28 +367,30 @@ TEST(CodecRead, UnknownVRCodesAreReadAsUN) {
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0020, 0x0013))), "1 ");
 }
 
-TEST(CodecRead, PydicomFilesAgreeWithDcmdump) {
-    // Facts taken from dcmdump's output for these files.
-    auto ct = testbytes::ReadFile(testbytes::PydicomFile("CT_small.dcm"));
-    auto be = testbytes::ReadFile(testbytes::PydicomFile("MR_small_bigendian.dcm"));
-    auto impl = testbytes::ReadFile(testbytes::PydicomFile("MR_small_implicit.dcm"));
-    if (ct.empty() || be.empty() || impl.empty()) GTEST_SKIP() << "pydicom test files not installed";
+// Implicit VR: the VR comes from rules and the dictionary; each rule at the edges of its range.
+TEST(CodecRead, ImplicitVRFollowsTheRulesAtTheirEdges) {
+    struct Case {
+        unsigned group, element;
+        Dicom_VR vr;
+    } cases[] = {
+        {0x0008, 0x0000, Dicom_VR::UL},  // group length
+        {0x0009, 0x000F, Dicom_VR::UN},  // below the private creators
+        {0x0009, 0x0010, Dicom_VR::LO},  // first private creator
+        {0x0009, 0x00FF, Dicom_VR::LO},  // last private creator
+        {0x0009, 0x0100, Dicom_VR::UN},  // private data of a block without a creator
+        {0x0028, 0x0010, Dicom_VR::US},  // from the dictionary
+        {0x5000, 0x3000, Dicom_VR::OB},  // curve data
+        {0x6000, 0x3000, Dicom_VR::OW},  // overlay data
+    };
+    Bytes b;
+    for (const Case& c : cases) b.im(c.group, c.element, "ABCD");
     int status;
-    Dicom_Msg m(ct.data(), ct.size(), 0, &status);
+    Dicom_Msg m(b.data(), b.size(), 1, Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN),
+                &status);
     ASSERT_EQ(status, 0);
-    EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0010, 0x0010))), "CompressedSamples^CT1 ");  // padded to even length
-    EXPECT_EQ(US0(m.Get(Dicom_Tag(0x0028, 0x0010))), 128u);
-    EXPECT_EQ(m.Get(Dicom_Dictionary::PIXEL_DATA)->GetRawLen(), 32768u);
-
-    Dicom_Msg mb(be.data(), be.size(), 1, &status);
-    ASSERT_EQ(status, 0);
-    Dicom_Msg mi(impl.data(), impl.size(), 1, &status);
-    ASSERT_EQ(status, 0);
-    EXPECT_EQ(US0(mb.Get(Dicom_Tag(0x0028, 0x0010))), 64u);
-    // The same image in two syntaxes: equal pixel values once in host order.
-    const Dicom_Type* p1 = mb.Get(Dicom_Dictionary::PIXEL_DATA);
-    const Dicom_Type* p2 = mi.Get(Dicom_Dictionary::PIXEL_DATA);
-    ASSERT_TRUE(p1 && p2);
-    ASSERT_EQ(p1->GetRawLen(), p2->GetRawLen());
-    EXPECT_EQ(std::memcmp(p1->GetData(), p2->GetData(), p1->GetRawLen()), 0);
+    for (const Case& c : cases) {
+        const Dicom_ME* me = m.Find(Dicom_Tag(uint16_t(c.group), uint16_t(c.element)), false);
+        ASSERT_NE(me, nullptr) << std::hex << c.group << "," << c.element;
+        EXPECT_EQ(me->GetVR(), c.vr) << std::hex << c.group << "," << c.element;
+    }
 }

@@ -15,8 +15,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "test_codec_builder.h"
 
@@ -108,6 +110,67 @@ TEST(CodecWrite, BytesMatchAHandAssembledEncoding) {
     std::vector<unsigned char> out;
     ASSERT_EQ(m.Encode(out, kImplicit), 0);
     EXPECT_EQ(out, i.b);
+}
+
+// Every VR written alone, compared with bytes assembled from the encoding rules as listed here
+// (independently of the layer's VR table): the length field form, the padding byte of an odd
+// value and the unit in which big endian reverses the bytes; and read back from those bytes.
+TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
+    struct Case {
+        const char* vr;
+        bool longLength;  // reserved 2 bytes and a 32-bit length in explicit VR
+        char pad;         // padding of an odd value (text and byte VRs)
+        int unit;         // bytes reversed together in big endian (0: text, 1: bytes)
+    } cases[] = {
+        {"AE", false, ' ', 0}, {"AS", false, ' ', 0}, {"AT", false, 0, 2},    {"CS", false, ' ', 0},
+        {"DA", false, ' ', 0}, {"DS", false, ' ', 0}, {"DT", false, ' ', 0},  {"FD", false, 0, 8},
+        {"FL", false, 0, 4},   {"IS", false, ' ', 0}, {"LO", false, ' ', 0},  {"LT", false, ' ', 0},
+        {"OB", true, '\0', 1}, {"OD", true, 0, 8},    {"OF", true, 0, 4},     {"OL", true, 0, 4},
+        {"OV", true, 0, 8},    {"OW", true, 0, 2},    {"PN", false, ' ', 0},  {"SH", false, ' ', 0},
+        {"SL", false, 0, 4},   {"SS", false, 0, 2},   {"ST", false, ' ', 0},  {"SV", true, 0, 8},
+        {"TM", false, ' ', 0}, {"UC", true, ' ', 0},  {"UI", false, '\0', 0}, {"UL", false, 0, 4},
+        {"UN", true, '\0', 1}, {"UR", true, ' ', 0},  {"US", false, 0, 2},    {"UT", true, ' ', 0},
+        {"UV", true, 0, 8},
+    };
+    const std::string binary("\1\2\3\4\5\6\7\x08", 8);  // host (little endian) order
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.vr);
+        const std::string value = c.unit > 1 ? binary : c.unit == 1 ? std::string("\1\2\3", 3) : "1.2";
+        std::unique_ptr<Dicom_Type> v(Dicom_CreateValue(Dicom_VRFromName(c.vr)));
+        ASSERT_EQ(v->SetRaw(value.data(), static_cast<uint32_t>(value.size())), 0);
+        Dicom_Msg m;
+        ASSERT_EQ(m.Set(Dicom_Tag(0x0011, 0x1010), v.get()), 0);
+        std::string padded = value;
+        if (padded.size() % 2) padded += c.pad;
+        for (bool big : {false, true}) {
+            std::string swapped = padded;
+            for (size_t k = 0; big && c.unit > 1 && k < swapped.size(); k += c.unit)
+                std::reverse(swapped.begin() + k, swapped.begin() + k + c.unit);
+            testbytes::Bytes e;
+            e.big = big;
+            e.tag(0x0011, 0x1010).raw(c.vr);
+            c.longLength ? e.u16(0).u32(uint32_t(swapped.size())) : e.u16(unsigned(swapped.size()));
+            e.raw(swapped);
+            std::vector<unsigned char> out;
+            ASSERT_EQ(m.Encode(out, big ? kBig : kExplicit), 0);
+            EXPECT_EQ(out, e.b) << (big ? "big endian" : "little endian");
+            EXPECT_EQ(m.GetDumpLen(big ? kBig : kExplicit).GetDumpLen(), e.size());
+            // Read back from the assembled bytes: the value in host order again.
+            int status = -1;
+            Dicom_Msg back(e.data(), e.size(), 1, big ? kBig : kExplicit, &status);
+            ASSERT_EQ(status, 0);
+            const Dicom_Type* read = back.Get(Dicom_Tag(0x0011, 0x1010));
+            ASSERT_NE(read, nullptr);
+            EXPECT_EQ(read->GetVR(), Dicom_VRFromName(c.vr));
+            ASSERT_GE(read->GetRawLen(), value.size());
+            EXPECT_EQ(std::string(reinterpret_cast<const char*>(read->GetData()), value.size()), value);
+        }
+        testbytes::Bytes i;
+        i.im(0x0011, 0x1010, padded);
+        std::vector<unsigned char> out;
+        ASSERT_EQ(m.Encode(out, kImplicit), 0);
+        EXPECT_EQ(out, i.b) << "implicit";
+    }
 }
 
 TEST(CodecWrite, GroupLengthsAreRecomputedForTheTargetSyntax) {

@@ -8,6 +8,7 @@
 #include <RW/RWTValOrderedVector.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -30,42 +31,79 @@ struct Number : RWCollectable {
 };
 int Number::deleted = 0;
 
-// --- RWBoundsErr ---------------------------------------------------------
+// --- RWBoundsErr: every bound of every collection, at its last valid and first invalid index ---
 
 TEST(RWBoundsErr, IsAnOutOfRangeNamingIndexAndLength) {
     RWTValOrderedVector<int> v{10, 20, 30};
     try {
         (void)v[3];
         FAIL() << "no exception";
-    } catch (const RWBoundsErr& e) {
-        EXPECT_EQ(e.index(), 3u);
-        EXPECT_EQ(e.length(), 3u);
+    } catch (const std::out_of_range& e) {
+        const auto* bounds = dynamic_cast<const RWBoundsErr*>(&e);
+        ASSERT_NE(bounds, nullptr);
+        EXPECT_EQ(bounds->index(), 3u);
+        EXPECT_EQ(bounds->length(), 3u);
+        EXPECT_STREQ(e.what(), RWBoundsErr(3, 3).what());
         const std::string what = e.what();
         EXPECT_NE(what.find("index 3"), std::string::npos) << what;
         EXPECT_NE(what.find("length 3"), std::string::npos) << what;
     }
-    EXPECT_THROW((void)v.at(100), std::out_of_range);
-    const RWTValOrderedVector<int>& cv = v;
-    EXPECT_THROW((void)cv[static_cast<size_t>(-1)], RWBoundsErr);
-    EXPECT_THROW(v.removeAt(3), RWBoundsErr);
-    EXPECT_THROW(v.insertAt(4, 1), RWBoundsErr);
-    RWTValOrderedVector<int> empty;
-    EXPECT_THROW((void)empty.first(), RWBoundsErr);
-    EXPECT_THROW((void)empty.last(), RWBoundsErr);
 }
 
-TEST(RWBoundsErr, EveryCollectionChecks) {
-    RWOrdered ordered;
-    EXPECT_THROW((void)ordered[0], RWBoundsErr);
-    RWSortedVector sorted;
-    EXPECT_THROW((void)sorted.at(0), RWBoundsErr);
-    RWTPtrSlist<int> slist;
-    EXPECT_THROW((void)slist.at(0), RWBoundsErr);
+TEST(RWBoundsErr, EveryBoundHasItsEdge) {
+    Number a(1), b(2), c(3), d(4);
+    int x = 0;
+    RWTValOrderedVector<int> val{1, 2, 3};
     RWTPtrOrderedVector<int> ptrs;
-    EXPECT_THROW((void)ptrs[0], RWBoundsErr);
-    RWCString s("abc");
-    EXPECT_THROW((void)s[3], RWBoundsErr);
-    EXPECT_THROW((void)s(2, 2), RWBoundsErr);
+    RWTPtrSlist<int> slist;
+    RWOrdered ordered;
+    RWSortedVector sorted;
+    for (Number* n : {&a, &b, &c}) ordered.append(n), sorted.insert(n);
+    for (int i = 0; i < 3; ++i) ptrs.append(&x), slist.append(&x);
+    const RWCString text("abc");
+    // Each access with n = 3 entries: `ok` at the last valid index, `bad` at the first invalid.
+    struct Edge {
+        const char* what;
+        std::function<void(size_t)> access;
+        size_t ok, bad;
+    } edges[] = {
+        {"RWTValOrderedVector::at", [&](size_t i) { (void)val.at(i); }, 2, 3},
+        {"RWTValOrderedVector::[]", [&](size_t i) { (void)val[i]; }, 2, 3},
+        {"RWTValOrderedVector::insertAt", [&](size_t i) { val.insertAt(i, 9), val.removeAt(i); }, 3, 4},
+        {"RWTValOrderedVector::removeAt", [&](size_t i) { val.insertAt(i, val.removeAt(i)); }, 2, 3},
+        {"RWTPtrOrderedVector::[]", [&](size_t i) { (void)ptrs[i]; }, 2, 3},
+        {"RWTPtrOrderedVector::insertAt", [&](size_t i) { ptrs.insertAt(i, &x), ptrs.removeAt(i); }, 3, 4},
+        {"RWTPtrOrderedVector::removeAt", [&](size_t i) { ptrs.insertAt(i, ptrs.removeAt(i)); }, 2, 3},
+        {"RWTPtrSlist::at", [&](size_t i) { (void)slist.at(i); }, 2, 3},
+        {"RWTPtrSlist::insertAt", [&](size_t i) { slist.insertAt(i, &x), slist.removeAt(i); }, 3, 4},
+        {"RWTPtrSlist::removeAt", [&](size_t i) { slist.insertAt(i, slist.removeAt(i)); }, 2, 3},
+        {"RWOrdered::[]", [&](size_t i) { (void)ordered[i]; }, 2, 3},
+        {"RWOrdered::at", [&](size_t i) { (void)ordered.at(i); }, 2, 3},
+        {"RWOrdered::insertAt", [&](size_t i) { ordered.insertAt(i, &d), ordered.removeAt(i); }, 3, 4},
+        {"RWOrdered::removeAt", [&](size_t i) { ordered.insertAt(i, ordered.removeAt(i)); }, 2, 3},
+        {"RWSortedVector::at", [&](size_t i) { (void)sorted.at(i); }, 2, 3},
+        {"RWSortedVector::removeAt", [&](size_t i) { sorted.insert(sorted.removeAt(i)); }, 2, 3},
+        {"RWCString::[]", [&](size_t i) { (void)text[i]; }, 2, 3},
+        {"RWCString::(start, n)", [&](size_t i) { (void)text(i, 3 - i); }, 3, 4},
+        {"RWCString::(0, length)", [&](size_t n) { (void)text(0, n); }, 3, 4},
+    };
+    for (const Edge& e : edges) {
+        EXPECT_NO_THROW(e.access(e.ok)) << e.what;
+        EXPECT_THROW(e.access(e.bad), RWBoundsErr) << e.what;
+    }
+    EXPECT_EQ(val.entries() + ptrs.entries() + slist.entries() + ordered.entries() + sorted.entries(), 15u);
+    EXPECT_EQ(text(1, 2), "bc");
+    EXPECT_EQ(text(3, 0), "");
+    // first() and last() of empty collections.
+    RWTValOrderedVector<int> emptyVal;
+    RWTPtrOrderedVector<int> emptyPtrs;
+    RWTPtrSlist<int> emptySlist;
+    EXPECT_THROW((void)emptyVal.first(), RWBoundsErr);
+    EXPECT_THROW((void)emptyVal.last(), RWBoundsErr);
+    EXPECT_THROW((void)emptyPtrs.first(), RWBoundsErr);
+    EXPECT_THROW((void)emptyPtrs.last(), RWBoundsErr);
+    EXPECT_THROW((void)emptySlist.first(), RWBoundsErr);
+    EXPECT_THROW((void)emptySlist.last(), RWBoundsErr);
 }
 
 // --- RWCString -------------------------------------------------------------
