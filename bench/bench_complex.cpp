@@ -159,16 +159,7 @@ void Encode(benchmark::State& state, const Fixture* f, bool composite) {
 
 int main(int argc, char** argv) {
     std::string dataDir = IOD_BENCH_TEST_FILES;
-    std::vector<char*> args;
-    for (int i = 0; i < argc; ++i) {
-        if (std::strncmp(argv[i], "--data-dir=", 11) == 0)
-            dataDir = argv[i] + 11;
-        else
-            args.push_back(argv[i]);
-    }
-    int n = static_cast<int>(args.size());
-    benchmark::Initialize(&n, args.data());
-    if (benchmark::ReportUnrecognizedArguments(n, args.data())) return 1;
+    if (!InitBenchmarks(argc, argv, dataDir)) return 1;
 
     // Benchmarks keep pointers to the inputs and fixtures: they live until the end of main.
     static const std::vector<BenchInput> inputs = LoadBenchInputs(dataDir);

@@ -2,6 +2,8 @@
 // so that every implementation under test reads the same independent encoding.
 #include "bench_inputs.h"
 
+#include <benchmark/benchmark.h>
+
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -220,4 +222,19 @@ std::vector<BenchInput> LoadBenchInputs(const std::string& testFilesDir) {
     header.headerOnly = true;
     inputs.push_back(std::move(header));
     return inputs;
+}
+
+bool InitBenchmarks(int argc, char** argv, std::string& dataDir, std::vector<const char*> defaults) {
+    std::vector<char*> args{argv[0]};
+    for (const char* flag : defaults) args.push_back(const_cast<char*>(flag));
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], "--data-dir=", 11) == 0) {
+            dataDir = argv[i] + 11;
+        } else {
+            args.push_back(argv[i]);
+        }
+    }
+    int n = static_cast<int>(args.size());
+    benchmark::Initialize(&n, args.data());
+    return !benchmark::ReportUnrecognizedArguments(n, args.data());
 }

@@ -23,3 +23,8 @@ std::vector<unsigned char> MakeMultiFrameCT(uint16_t rows, uint16_t columns, uin
 // The inputs: CT_small.dcm and MR_small.dcm from `testFilesDir` (skipped with a message when
 // absent), the generated 10 MB CT and its header alone.
 std::vector<BenchInput> LoadBenchInputs(const std::string& testFilesDir);
+
+// Hands the command line to Google Benchmark, after `defaults` (flags given later win), and takes
+// --data-dir=<pydicom test_files> out of it into `dataDir`. False when an argument is not
+// understood (Google Benchmark has said so on stderr).
+bool InitBenchmarks(int argc, char** argv, std::string& dataDir, std::vector<const char*> defaults = {});

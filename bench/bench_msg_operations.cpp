@@ -187,20 +187,10 @@ int main(int argc, char** argv) {
     std::string dataDir = IOD_BENCH_TEST_FILES;
     // Repeated, interleaved runs by default: on a shared machine a single run of each benchmark
     // in turn measures the neighbours' load as much as our code. Flags given later win.
-    static char repetitions[] = "--benchmark_repetitions=5";
-    static char interleave[] = "--benchmark_enable_random_interleaving=true";
-    static char aggregates[] = "--benchmark_report_aggregates_only=true";
-    std::vector<char*> args{argv[0], repetitions, interleave, aggregates};
-    for (int i = 1; i < argc; ++i) {
-        if (std::strncmp(argv[i], "--data-dir=", 11) == 0) {
-            dataDir = argv[i] + 11;
-        } else {
-            args.push_back(argv[i]);
-        }
-    }
-    int n = static_cast<int>(args.size());
-    benchmark::Initialize(&n, args.data());
-    if (benchmark::ReportUnrecognizedArguments(n, args.data())) return 1;
+    if (!InitBenchmarks(argc, argv, dataDir,
+                        {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
+                         "--benchmark_report_aggregates_only=true"}))
+        return 1;
     KvlGLog.SetLevel(2);  // the operations' own lines (missing attributes ...) stay out of the timing
 
     static const std::vector<BenchInput> inputs = LoadBenchInputs(dataDir);

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "Dicom_Charset.h"
+#include "Dicom_CodecUtil.h"
 #include "Dicom_ValuesUtil.h"
 
 namespace Dicom_Model {
@@ -100,21 +101,7 @@ inline const char* VRName(const Dicom_Type* v) {
 }
 
 // Byte strings: written as base64 (or left out), never as values.
-inline bool IsBulkVR(Dicom_VR vr) {
-    switch (vr) {
-        case Dicom_VR::OB:
-        case Dicom_VR::OD:
-        case Dicom_VR::OF:
-        case Dicom_VR::OL:
-        case Dicom_VR::OV:
-        case Dicom_VR::OW:
-        case Dicom_VR::UN:
-        case Dicom_VR::NONE:
-            return true;
-        default:
-            return false;
-    }
-}
+inline bool IsBulkVR(Dicom_VR vr) { return vr == Dicom_VR::NONE || Dicom_CodecUtil::IsOtherVR(vr); }
 
 // Binary numbers written as numbers (AT is written as "ggggeeee").
 inline bool IsBinaryNumberVR(Dicom_VR vr) {
