@@ -2,7 +2,7 @@
 # What the dynamic loader must do for the IOD libraries, checked without timing: the constant
 # tables (data dictionary, UID registry, accessor tables) must stay read-only data without
 # pointers, so the relative relocations and the relocated data (.data.rel.ro) of each library stay
-# under a bound, and no library pulls in a large dependency that it does not need at start-up.
+# under a bound.
 #
 #   check_load_cost.sh <libdicom.so> [<libiod.so>]
 set -uo pipefail
