@@ -4,7 +4,6 @@
 #include <Dicom/Dicom_OtherType.h>
 #include <Dicom/Dicom_Tag.h>
 #include <Dicom/Dicom_TransferSyntax.h>
-#include <Dicom/Dicom_UIDic.h>
 
 #include <cstdio>
 #include <string>
@@ -12,26 +11,12 @@
 
 #include "Command.h"
 #include "FileBytes.h"
+#include "MsgFileIO.h"
 
 namespace {
 
 constexpr const char* kUsage =
     "usage: iodtool convert <in> <out> [--transfer-syntax implicit|explicit|big|deflated|<UID>]\n";
-
-// "implicit", "explicit", "big", "deflated" or a UID.
-Dicom_TransferSyntax ParseSyntax(const std::string& text) {
-    if (text == "implicit") return Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_UID);
-    if (text == "explicit") return Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID);
-    if (text == "big") return Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_BIG_UID);
-    if (text == "deflated") return Dicom_TransferSyntax(Dicom_TransferSyntax::DEFLATED_UID);
-    return Dicom_TransferSyntax(text);
-}
-
-// "Explicit VR Little Endian (1.2.840.10008.1.2.1)"
-std::string Describe(const Dicom_TransferSyntax& syntax) {
-    const char* name = Dicom_UIDic::Name(syntax.GetUID().c_str());
-    return name != nullptr ? std::string(name) + " (" + syntax.GetUID() + ")" : syntax.GetUID();
-}
 
 // Why `msg` cannot be written in `target` without changing its pixel data; empty when it can.
 std::string PixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSyntax& target) {
@@ -41,16 +26,16 @@ std::string PixelDataConflict(const Dicom_Msg& msg, const Dicom_TransferSyntax& 
     const bool encapsulated = value->IsEncapsulated();
     const Dicom_TransferSyntax source = msg.GetWriteTransferSyntax();
     if (encapsulated && !target.IsEncapsulated()) {
-        return "cannot write encapsulated pixel data in a native transfer syntax, " + Describe(target) +
-               ": it would have to be decompressed";
+        return "cannot write encapsulated pixel data in a native transfer syntax, " +
+               IodDescribeSyntax(target) + ": it would have to be decompressed";
     }
     if (target.IsEncapsulated() && source.GetUID() != target.GetUID()) {
         if (!encapsulated) {
-            return "cannot write native pixel data in the encapsulated transfer syntax " + Describe(target) +
-                   ": it would have to be compressed";
+            return "cannot write native pixel data in the encapsulated transfer syntax " +
+                   IodDescribeSyntax(target) + ": it would have to be compressed";
         }
-        return "cannot move encapsulated pixel data from " + Describe(source) + " to " + Describe(target) +
-               ": it would have to be recompressed";
+        return "cannot move encapsulated pixel data from " + IodDescribeSyntax(source) + " to " +
+               IodDescribeSyntax(target) + ": it would have to be recompressed";
     }
     return {};
 }
@@ -83,7 +68,7 @@ int RunConvert(int argc, char** argv) {
     }
     Dicom_TransferSyntax target;  // unspecified: as read
     if (!syntaxText.empty()) {
-        target = ParseSyntax(syntaxText);
+        target = IodParseSyntax(syntaxText);
         if (!target.IsKnown()) {
             std::fprintf(stderr, "iodtool convert: unknown transfer syntax '%s'\n%s", syntaxText.c_str(),
                          kUsage);
@@ -122,7 +107,7 @@ int RunConvert(int argc, char** argv) {
         std::fprintf(stderr,
                      "iodtool convert: %s: the data set cannot be encoded in %s (a value too long for its "
                      "length field, or one that syntax cannot hold); nothing written\n",
-                     paths[0], Describe(target).c_str());
+                     paths[0], IodDescribeSyntax(target).c_str());
         return 1;
     }
     if (!IodWriteFileAtomically(paths[1], out, &error)) {
