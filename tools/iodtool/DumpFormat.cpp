@@ -21,6 +21,8 @@ namespace {
 
 // Width of the value column: the comment starts one space after it (or after a longer value).
 constexpr size_t kValueColumn = 40;
+// Piece of the text written at a time when the dump goes to a stream.
+constexpr size_t kStreamChunk = 16384;
 
 void AppendHex(std::string& out, uint64_t value, int digits) {
     static const char kDigits[] = "0123456789abcdef";
@@ -173,8 +175,9 @@ std::string Keyword(const Dicom_Tag& tag) {
 
 class Dumper {
 public:
-    Dumper(const IodDumpOptions& options, const Dicom_TransferSyntax& syntax, std::string& out)
-        : m_options(options), m_syntax(syntax), m_out(out) {}
+    Dumper(const IodDumpOptions& options, const Dicom_TransferSyntax& syntax, std::string& out,
+           std::FILE* stream)
+        : m_options(options), m_syntax(syntax), m_out(out), m_stream(stream) {}
 
     void Message(const Dicom_Msg& msg, int depth, bool topLevel) {
         const int count = msg.GetNElements();
@@ -219,6 +222,10 @@ private:
         m_out.push_back(' ');
         m_out.append(keyword);
         m_out.push_back('\n');
+        if (m_stream != nullptr && m_out.size() >= kStreamChunk) {
+            std::fwrite(m_out.data(), 1, m_out.size(), m_stream);
+            m_out.clear();
+        }
     }
 
     std::string Limited(const std::string& text, bool brackets) const {
@@ -339,6 +346,7 @@ private:
     const IodDumpOptions& m_options;
     Dicom_TransferSyntax m_syntax;
     std::string& m_out;
+    std::FILE* m_stream;
 };
 
 std::string SyntaxName(const Dicom_TransferSyntax& syntax) {
@@ -355,8 +363,10 @@ std::string IodFormatValue(const Dicom_Type& value) {
     return out;
 }
 
-void IodDumpMessage(const Dicom_Msg& msg, const IodDumpOptions& options, std::string& out) {
-    Dumper dumper(options, msg.GetTransferSyntax(), out);
+void IodDumpMessage(const Dicom_Msg& msg, const IodDumpOptions& options, std::string& out,
+                    std::FILE* stream) {
+    if (stream != nullptr) out.reserve(out.size() + kStreamChunk + 4096);
+    Dumper dumper(options, msg.GetTransferSyntax(), out, stream);
     if (options.meta) {
         out.append("# File meta information\n");
         if (dumper.MetaGroup(msg) == 0) out.append("# (none: the input is a bare data set)\n");

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 class Dicom_Msg;
@@ -28,8 +29,11 @@ struct IodDumpOptions {
 };
 
 // Appends the dump of `msg` to `out`: with options.meta the meta group under a
-// "# File meta information" heading, then the data set under "# Data set (<syntax>)".
-void IodDumpMessage(const Dicom_Msg& msg, const IodDumpOptions& options, std::string& out);
+// "# File meta information" heading, then the data set under "# Data set (<syntax>)". With a
+// `stream`, the text is written to it in pieces as it is produced, so that a large data set
+// never sits whole in memory; `out` then holds the rest that is not written yet.
+void IodDumpMessage(const Dicom_Msg& msg, const IodDumpOptions& options, std::string& out,
+                    std::FILE* stream = nullptr);
 
 // The printed form of one value (without brackets, not truncated).
 std::string IodFormatValue(const Dicom_Type& value);

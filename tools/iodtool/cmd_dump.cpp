@@ -133,7 +133,7 @@ int RunDump(int argc, char** argv) {
         written = msg.ExportToJson(stdout, bulkLimit);
     } else {
         std::string out;
-        IodDumpMessage(msg, options, out);
+        IodDumpMessage(msg, options, out, stdout);
         std::fwrite(out.data(), 1, out.size(), stdout);
     }
     if (written != 0 || std::fflush(stdout) != 0) {
