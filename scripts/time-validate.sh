@@ -25,19 +25,7 @@ done
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 
-# The 10 MB image: CT_small's header with Rows and Columns changed, then native pixel data of the
-# new size in place of the old (CT_small is Explicit VR Little Endian and ends with its pixels).
-"$iodtool" set "$corpus/CT_small.dcm" "$work/header.dcm" Rows=2048 Columns=2560 >/dev/null
-python3 - "$work/header.dcm" "$work/CT_10MB.dcm" <<'EOF'
-import struct, sys
-data = open(sys.argv[1], "rb").read()
-tag = b"\xe0\x7f\x10\x00OW\x00\x00"
-at = data.rfind(tag)
-if at < 0:
-    sys.exit("no native pixel data element in " + sys.argv[1])
-pixels = bytes(range(256)) * (2048 * 2560 * 2 // 256)
-open(sys.argv[2], "wb").write(data[:at] + tag + struct.pack("<I", len(pixels)) + pixels)
-EOF
+bash "$root/scripts/make-big-ct.sh" "$iodtool" "$work/CT_10MB.dcm"
 
 ratio() {  # ratio JSON: the second command's mean wall time over the first's, then the same of CPU time
     python3 -c '
