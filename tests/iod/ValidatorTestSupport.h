@@ -29,6 +29,16 @@ template <class V>
 Change With(const Dicom_Tag& tag, const V& value) {
     return [tag, value](IOD_Msg& m) { Put(m, tag, V(value)); };
 }
+inline Change Drops(std::vector<Dicom_Tag> tags) {
+    return [tags](IOD_Msg& m) {
+        for (const Dicom_Tag& t : tags) m.Remove(t);
+    };
+}
+inline Change Shorts(std::vector<std::pair<Dicom_Tag, unsigned short>> values) {  // US values
+    return [values](IOD_Msg& m) {
+        for (const auto& [tag, v] : values) Put(m, tag, Dicom_US(v));
+    };
+}
 inline Change All(std::vector<Change> changes) {
     return [changes](IOD_Msg& m) {
         for (const Change& c : changes) c(m);
@@ -86,7 +96,8 @@ inline void FillCompleteCT(IOD_Msg& ct) {
 
 // Strips `head` and `tail` from `text` when it has both around something.
 inline bool Strip(std::string& text, const std::string& head, const std::string& tail) {
-    if (text.size() <= head.size() + tail.size() || text.rfind(head, 0) != 0 || !text.ends_with(tail)) return false;
+    if (text.size() <= head.size() + tail.size() || text.rfind(head, 0) != 0 || !text.ends_with(tail))
+        return false;
     text = text.substr(head.size(), text.size() - head.size() - tail.size());
     return true;
 }

@@ -327,12 +327,8 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
         int level;  // of the expected log line, 0: none
         const char* log;
     };
-    const char* kVm = "IOD_Msg::move_curves_by.CurveDataDescriptor.vm < 1 or vm > 2.Ignoring...\n";
-    const char* kZeros =
-        "IOD_Msg::move_curves_by.CurveDataDescriptor.x and y cord have value of 0.Ignoring...\n";
-    const char* kNoStart =
-        "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not exist.Ignoring...\n";
     // x = 0.5, y = 3; two dimensions.
+    // clang-format off
     const Case cases[] = {
         {"US", 0, 2, {3, 10, 7, 30000}, {1, 30, 3, 65535}, {}, {}, {}, 0, ""},
         {"SS", 1, 2, {-3, -10, 5, 20000}, {-1, -30, 2, 32767}, {}, {}, {}, 0, ""},
@@ -341,11 +337,12 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
         {"SL", 4, 1, {-7, 100}, {-3, 300}, {}, {}, {}, 0, ""},
         {"second implicit", 0, 3, {4, 8, 10}, {2, 4, 5}, {1, 0}, {10, 2}, {30, 6}, 0, ""},
         {"first implicit", 0, 3, {1, 2, 3}, {3, 6, 9}, {0}, {10, 3}, {5, 1}, 0, ""},
-        {"both implicit", 0, 1, {4, 4}, {4, 4}, {0, 0}, {10, 2}, {10, 2}, 3, kZeros},
-        {"three descriptor values", 0, 1, {4, 4}, {4, 4}, {1, 2, 3}, {}, {}, 4, kVm},
-        {"no start and step", 0, 1, {4, 4}, {4, 4}, {1, 0}, {}, {}, 4, kNoStart},
+        {"both implicit", 0, 1, {4, 4}, {4, 4}, {0, 0}, {10, 2}, {10, 2}, 3, "IOD_Msg::move_curves_by.CurveDataDescriptor.x and y cord have value of 0.Ignoring...\n"},
+        {"three descriptor values", 0, 1, {4, 4}, {4, 4}, {1, 2, 3}, {}, {}, 4, "IOD_Msg::move_curves_by.CurveDataDescriptor.vm < 1 or vm > 2.Ignoring...\n"},
+        {"no start and step", 0, 1, {4, 4}, {4, 4}, {1, 0}, {}, {}, 4, "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not exist.Ignoring...\n"},
         {"unknown data VR", 7, 1, {4, 4}, {4, 4}, {}, {}, {}, 3, "move_curves_by: data VR is unknown\n"},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         IOD_Msg m;

@@ -71,17 +71,6 @@ struct Case {
     Lines defects;  // see Expected
 };
 
-// Unsigned short values, in order.
-Change Shorts(std::vector<std::pair<Dicom_Tag, unsigned short>> values) {
-    return [values](IOD_Msg& m) {
-        for (const auto& [tag, v] : values) Put(m, tag, Dicom_US(v));
-    };
-}
-Change Drops(std::vector<Dicom_Tag> tags) {
-    return [tags](IOD_Msg& m) {
-        for (const Dicom_Tag& t : tags) m.Remove(t);
-    };
-}
 const Change kMR = All({Text(D::SCANNING_SEQUENCE, "SE"), Text(D::SEQUENCE_VARIANT, "NONE"),
                         Empty<Dicom_CS>(D::SCAN_OPTIONS), Text(D::MR_ACQUISITION_TYPE, "2D"),
                         With(D::ECHO_TIME, Dicom_DS(20.0)), With(D::ECHO_TRAIN_LENGTH, Dicom_IS(1))});
