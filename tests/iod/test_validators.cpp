@@ -19,10 +19,7 @@
 #include <IOD/IOD_XAImage.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -335,42 +332,4 @@ TEST(IsValid, ValuesOfUnexpectedClassesAreReadSafely) {
         EXPECT_EQ(ct.IsSlideCoordinatesModuleValid(), 0);
         EXPECT_EQ(ct.IsCodingValueOfSequenceValid(ct.Find(D::PIXEL_DATA), 1), 0);
     }
-}
-
-// Over the public corpus (Debian's python3-pydicom files): every class judges every file without
-// a fault; the CT image of the corpus is a valid CT image and, lacking the MR attributes, no MR.
-TEST(ValidatorsOnCorpus, EveryClassJudgesEveryFile) {
-    const std::filesystem::path corpus = "/usr/lib/python3/dist-packages/pydicom/data/test_files";
-    if (!std::filesystem::is_directory(corpus)) GTEST_SKIP() << "python3-pydicom is not installed";
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(corpus)) {
-        if (entry.path().extension() != ".dcm") continue;
-        SCOPED_TRACE(entry.path().filename().string());
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in),
-                                         std::istreambuf_iterator<char>()};
-        void* data = bytes.data();
-        const auto length = static_cast<unsigned int>(bytes.size());
-        int status = 0;
-        DefectRecorder log;  // keeps the defects off the console
-        const int verdicts[] = {
-            IOD_CTImage(data, length, 0, &status).IsValid(), IOD_MRImage(data, length, 0, &status).IsValid(),
-            IOD_CRImage(data, length, 0, &status).IsValid(), IOD_DXImage(data, length, 0, &status).IsValid(),
-            IOD_NMImage(data, length, 0, &status).IsValid(), IOD_RFImage(data, length, 0, &status).IsValid(),
-            IOD_USImage(data, length, 0, &status).IsValid(), IOD_XAImage(data, length, 0, &status).IsValid(),
-        };
-        for (int v : verdicts) EXPECT_TRUE(v == 0 || v == 1);
-        ++files;
-        if (entry.path().filename() != "CT_small.dcm") continue;
-        EXPECT_EQ(verdicts[0], 1);
-        EXPECT_EQ(verdicts[1], 0);
-        const std::string f = "IOD_Image::IsMRImageModuleValid: IsMRImageModuleValid: ";
-        Lines mr;
-        for (const std::string& d : log.Defects())
-            if (d.rfind(f, 0) == 0) mr.push_back(d);
-        EXPECT_EQ(mr, (Lines{f + "Scanning Sequence is not valid", f + "Sequence Variant is not valid",
-                             f + "MR Acquisition Type is not found", f + "Echo Time is not found",
-                             f + "Echo Train Length is not found"}));
-    }
-    EXPECT_GT(files, 50);
 }
