@@ -226,26 +226,6 @@ TEST(SequenceHelpers, CodeSequenceItemsNeedACodeValueAndADesignator) {
     EXPECT_EQ(image.IsCodingValueOfSequenceValid(image.Find(D::CONCEPT_NAME_CODE_SEQUENCE), 0), 0);
 }
 
-TEST(SequenceHelpers, TemplateIdentificationStopsAtTheFirstDefect) {
-    const std::string f = "IOD_Image::IsTemplateIdentMacroValid: IsTemplateIdentMacroValid: ";
-    IOD_Image image;
-    Dicom_Msg item;
-    DefectRecorder log;
-    EXPECT_EQ(image.IsTemplateIdentMacroValid(&item), 0);
-    Dicom_CS id("1500", nullptr), dcmr("DCMR", nullptr), none;
-    item.Set(D::MAPPING_RESOURCE, &none);
-    item.Set(D::TEMPLATE_IDENTIFIER, &id);
-    EXPECT_EQ(image.IsTemplateIdentMacroValid(&item), 0);
-    item.Set(D::MAPPING_RESOURCE, &dcmr);
-    EXPECT_EQ(image.IsTemplateIdentMacroValid(&item), 1);
-    EXPECT_EQ(log.Defects(),
-              (Lines{f + "template identifier is not valid", f + "mapping resource is not valid"}));
-    log.Clear();
-    Tolerant tolerant(1);
-    EXPECT_EQ(image.IsTemplateIdentMacroValid(nullptr), 1);  // at once, nothing checked
-    EXPECT_TRUE(log.Defects().empty());
-}
-
 // Each IsValid runs its validators in order without stopping: for an empty message, the list of
 // the validators that log a defect (the checks that accept every message log nothing).
 TEST(IsValid, EveryClassRunsItsChecksInOrderWithoutStopping) {
