@@ -29,6 +29,16 @@ template <class V>
 Change With(const Dicom_Tag& tag, const V& value) {
     return [tag, value](IOD_Msg& m) { Put(m, tag, V(value)); };
 }
+inline Change Drops(std::vector<Dicom_Tag> tags) {
+    return [tags](IOD_Msg& m) {
+        for (const Dicom_Tag& t : tags) m.Remove(t);
+    };
+}
+inline Change Shorts(std::vector<std::pair<Dicom_Tag, unsigned short>> values) {  // US values
+    return [values](IOD_Msg& m) {
+        for (const auto& [tag, v] : values) Put(m, tag, Dicom_US(v));
+    };
+}
 inline Change All(std::vector<Change> changes) {
     return [changes](IOD_Msg& m) {
         for (const Change& c : changes) c(m);
@@ -84,11 +94,17 @@ inline void FillCompleteCT(IOD_Msg& ct) {
     Put(ct, D::PIXEL_DATA, PixelBytes(16 * 16 * 2));
 }
 
-// The level-4 records of category 19 that the validators wrote while it lived, as "function:
-// text"; a record in the "File: ... Line: ... Attribute:NAME not valid" form is shortened to
-// "function: @NAME" after its file and line have been checked against the record's own, and
-// one in the form "File: ... Line: ... error from IsCodingValueOfSequenceValid (NAME)" to
-// "function: !NAME".
+// Strips `head` and `tail` from `text` when it has both around something.
+inline bool Strip(std::string& text, const std::string& head, const std::string& tail) {
+    if (text.size() <= head.size() + tail.size() || text.rfind(head, 0) != 0 || !text.ends_with(tail))
+        return false;
+    text = text.substr(head.size(), text.size() - head.size() - tail.size());
+    return true;
+}
+
+// The level-4 records of category 19 written while it lives, as "function: text"; the form
+// "File: F Line: L Attribute:NAME not valid" becomes "@NAME" and "File: F Line: L error from
+// IsCodingValueOfSequenceValid (NAME)" becomes "!NAME", once F and L match the record's own.
 class DefectRecorder {
 public:
     DefectRecorder() : log_(7) {}
@@ -96,17 +112,12 @@ public:
         std::vector<std::string> out;
         for (const Kvl_LogRecord& r : log_.records) {
             if (r.category != 19 || r.level > 4) continue;
+            const std::string where = "File: " + r.file + " Line: " + std::to_string(r.line);
             std::string text = r.text;
-            const std::string prefix = "File: " + r.file + " Line: " + std::to_string(r.line) + " Attribute:";
-            const std::string suffix = " not valid";
-            if (text.rfind(prefix, 0) == 0 && text.size() > prefix.size() + suffix.size() &&
-                text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0) {
-                text = "@" + text.substr(prefix.size(), text.size() - prefix.size() - suffix.size());
-            }
-            const std::string coded = "File: " + r.file + " Line: " + std::to_string(r.line) +
-                                      " error from IsCodingValueOfSequenceValid (";
-            if (text.rfind(coded, 0) == 0 && text.back() == ')') {
-                text = "!" + text.substr(coded.size(), text.size() - coded.size() - 1);
+            if (Strip(text, where + " Attribute:", " not valid")) {
+                text = "@" + text;
+            } else if (Strip(text, where + " error from IsCodingValueOfSequenceValid (", ")")) {
+                text = "!" + text;
             }
             out.push_back(r.function + ": " + text);
         }
@@ -114,9 +125,8 @@ public:
     }
     // Every record of category 19 is at level 4 from the expected source file.
     bool AllFrom(const std::string& file) const {
-        for (const Kvl_LogRecord& r : log_.records) {
+        for (const Kvl_LogRecord& r : log_.records)
             if (r.category == 19 && (r.level != 4 || r.file != file)) return false;
-        }
         return true;
     }
     void Clear() { log_.records.clear(); }

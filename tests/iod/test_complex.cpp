@@ -83,30 +83,20 @@ Original MakeOriginal() {
 }  // namespace
 
 TEST(IODComplex, SequencesOfChangesLeaveTheOriginalAndMatchARealMessage) {
+    // clang-format off
     const std::pair<const char*, std::function<void(IOD_Msg&)>> scenarios[] = {
         {"no change", [](IOD_Msg&) {}},
-        {"public sets",
-         [](IOD_Msg& m) {
-             m.SetAccessionNumber(Dicom_SH("A-2")), m.SetRows(Dicom_US(8)), m.SetRows_i(1, Dicom_US(16));
-         }},
+        {"public sets", [](IOD_Msg& m) { m.SetAccessionNumber(Dicom_SH("A-2")), m.SetRows(Dicom_US(8)), m.SetRows_i(1, Dicom_US(16)); }},
         {"removals", [](IOD_Msg& m) { m.RemovePatientID(), m.RemovePatientsName(), m.RemovePixelData(); }},
-        {"remove then set",
-         [](IOD_Msg& m) { m.RemoveAccessionNumber(), m.SetAccessionNumber(Dicom_SH("A-3")); }},
-        {"private: a block reused, a new creator beside two others, in place",
-         [](IOD_Msg& m) {
-             m.SetImageLabel(Dicom_SH("new")), m.SetMsgLength(Dicom_UL(77));  // KOVEL: block 12
-             m.SetAcquisitionLengthInPlace(Dicom_DS("99"));
-         }},
+        {"remove then set", [](IOD_Msg& m) { m.RemoveAccessionNumber(), m.SetAccessionNumber(Dicom_SH("A-3")); }},
+        // a block reused (QUORVEX1), a new creator beside two others (KOVEL: block 12), in place
+        {"private sets", [](IOD_Msg& m) { m.SetImageLabel(Dicom_SH("new")), m.SetMsgLength(Dicom_UL(77)), m.SetAcquisitionLengthInPlace(Dicom_DS("99")); }},
         {"private removals", [](IOD_Msg& m) { m.RemoveImageLabel(), m.RemoveAcquisitionLength(); }},
         {"text beyond the character set", [](IOD_Msg& m) { m.SetStudyDescription(Dicom_LO(L"山田")); }},
-        {"presentation objects scaled inside sequence items",
-         [](IOD_Msg& m) { m.MoveGraphicAnnotationSeqBy(2, 3), m.MoveDisplayAreaSeqBy(2, 3); }},
-        {"AddOrReplace over the original",
-         [](IOD_Msg& m) {
-             Dicom_SH v("A-4");
-             m.AddOrReplace(new Dicom_ME(Dicom_Tag(0x0008, 0x0050), &v, 1));
-         }},
+        {"presentation objects scaled inside sequence items", [](IOD_Msg& m) { m.MoveGraphicAnnotationSeqBy(2, 3), m.MoveDisplayAreaSeqBy(2, 3); }},
+        {"AddOrReplace over the original", [](IOD_Msg& m) { Dicom_SH v("A-4"); m.AddOrReplace(new Dicom_ME(Dicom_Tag(0x0008, 0x0050), &v, 1)); }},
     };
+    // clang-format on
     const Dicom_TransferSyntax explicitLE(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
     const Dicom_Tag pixelData(0x7FE0, 0x0010);
     for (const auto& [name, run] : scenarios) {
@@ -177,6 +167,10 @@ TEST(IODComplex, FindRemoveReplaceSetAndTheirLogLines) {
         EXPECT_EQ(std::make_pair(log.records[i].level, log.records[i].text), expected[i]);
     }
     EXPECT_EQ(log.records[1].function, "IOD_Complex::internal_set");
+    // A removal of a tag that neither holds is recorded too: it hides what the original gains later.
+    Dicom_LO later("later");
+    o.msg->Set(absent, &later);
+    EXPECT_EQ(c.ConstructRealMsg()->Find(absent), nullptr);
 }
 
 TEST(IODComplex, AddFollowsTheTagPolicyWithItsLogLines) {
@@ -266,17 +260,15 @@ TEST(IODComplex, SharesTheOriginalAndStandsInForAnEmptyOne) {
 
 TEST(IODComplexDeathTest, UnsupportedOperationsFailTheirAssertion) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
+    // clang-format off
     const std::pair<std::string, std::function<void(IOD_Complex&)>> operations[] = {
-        {"CopyAttributes",
-         [](IOD_Complex& c) {
-             IOD_Msg t;
-             c.CopyAttributes(t, RWSortedVector());
-         }},
+        {"CopyAttributes", [](IOD_Complex& c) { IOD_Msg t; c.CopyAttributes(t, RWSortedVector()); }},
         {"IsLogicallyEmptyMsg", [](IOD_Complex& c) { c.IsLogicallyEmptyMsg(); }},
         {"IsEmptyMsg", [](IOD_Complex& c) { c.IsEmptyMsg(); }},
         {"GetNewElementsIterator", [](IOD_Complex& c) { delete c.GetNewElementsIterator(); }},
         {"GetElement", [](IOD_Complex& c) { c.GetElement(0); }},
     };
+    // clang-format on
     for (const auto& [name, operation] : operations) {
         // The record (echoed by a sink) comes first, then the report line.
         const std::string condition = "<FALSE && \"" + name + ": not supported\">";

@@ -1,5 +1,6 @@
 // Overlay and curve repeating-group indexes (free-index searches, removal and renumbering element
-// by element, existence tests, text-overlay removal) and the scaling of presentation objects.
+// by element, existence tests, text-overlay removal) and the scaling of shutters and curves; the
+// display areas, annotations and text overlays are scaled end to end by the iodtool scale tests.
 #include <Dicom/Dicom_Dictionary.h>
 #include <gtest/gtest.h>
 
@@ -214,11 +215,9 @@ TEST(PresentationScaling, ShuttersRoundHalfUpAndKeepTheRadius) {
     EXPECT_EQ(m.GetVerticesOfThePlygonalShutter(), Dicom_IS("3\\4\\9\\8"));
 
     // value, factor, result: + 0.5 then truncated toward zero, saturating.
-    for (auto [value, factor, result] : {std::tuple{"10", 0.25, "3"},
-                                         {"3", 0.5, "2"},
-                                         {"-3", 0.5, "-1"},
-                                         {"-5", 0.5, "-2"},
-                                         {"2000000000", 4.0, "2147483647"}}) {
+    // clang-format off
+    for (auto [value, factor, result] : {std::tuple{"10", 0.25, "3"}, {"3", 0.5, "2"}, {"-3", 0.5, "-1"}, {"-5", 0.5, "-2"}, {"2000000000", 4.0, "2147483647"}}) {
+        // clang-format on
         IOD_Msg one;
         one.SetShutterLeftVerticalEdge(Dicom_IS(value));
         one.MoveShutterBy(factor, 1);
@@ -234,69 +233,6 @@ TEST(PresentationScaling, ShuttersRoundHalfUpAndKeepTheRadius) {
     EXPECT_EQ(odd.GetCenterOfCircularShutter(), Dicom_IS("5.5\\7"));
     EXPECT_EQ(odd.GetNElements(), 2);
     EXPECT_TRUE(Logged(log, 4, "IOD_Msg::MoveShutterBy", "Vertices do not have multiple values\n"));
-}
-
-TEST(PresentationScaling, DisplayedAreasAnnotationsAndTextOverlays) {
-    const Dicom_Tag standard(0x0070, 0x005A),
-        kovel(Dicom_Dictionary::KOVEL_DISPLAYED_AREA_SELECTION_SEQUENCE);
-    auto area = [](std::vector<int> bottomRight) {
-        Dicom_Msg* item = new Dicom_Msg();
-        Dicom_SL tl(std::vector<int>{1, 1}), br(bottomRight);
-        item->Set(Dicom_Tag(0x0070, 0x0052), &tl);
-        item->Set(Dicom_Tag(0x0070, 0x0053), &br);
-        return item;
-    };
-    auto corner = [](const IOD_Msg& m, const Dicom_Tag& sequence, unsigned short element) {
-        const Dicom_Msg* item = static_cast<const Dicom_SQ*>(m.Get(sequence))->GetItem(0);
-        return static_cast<const Dicom_SL*>(item->Get(Dicom_Tag(0x0070, element)))->GetValues();
-    };
-    IOD_Msg m, two;
-    Dicom_SQ one, pair, three;
-    one.AddItem(area({511, 255}));
-    pair.AddItem(area({10, 10}));
-    pair.AddItem(area({10, 10}));
-    three.AddItem(area({10, 10, 10}));  // three values: not a corner
-    ASSERT_EQ(m.Set(standard, &one), 0);
-    ASSERT_EQ(m.Set(kovel, &one), 0);
-    ASSERT_EQ(two.Set(standard, &pair), 0);
-    ASSERT_EQ(two.Set(kovel, &three), 0);
-
-    Dicom_SQ annotations;  // two annotation items, each with an anchor point
-    for (int k = 0; k < 2; ++k) {
-        Dicom_Msg* text = new Dicom_Msg();
-        Dicom_FL anchor(Floats{10, 20});
-        text->Set(Dicom_Tag(0x0070, 0x0014), &anchor);
-        Dicom_SQ texts;
-        texts.AddItem(text);
-        Dicom_Msg* item = new Dicom_Msg();
-        item->Set(Dicom_Tag(0x0070, 0x0008), &texts);
-        annotations.AddItem(item);
-    }
-    ASSERT_EQ(m.Set(Dicom_Tag(0x0070, 0x0001), &annotations), 0);
-    AddOverlay(m, 0, "G", true);
-    AddOverlay(m, 1, "G");
-    AddOverlay(m, 3, "G", true);  // after a gap: left alone
-
-    for (IOD_Msg* msg : {&m, &two}) {
-        msg->MoveDisplayAreaSeqBy(0.5, 2);
-        msg->MoveGraphicAnnotationSeqBy(2, 3);
-        msg->move_overlay_text_by(2, 3);
-    }
-    for (const Dicom_Tag& t : {standard, kovel}) {
-        EXPECT_EQ(corner(m, t, 0x0052), (std::vector<int>{1, 2}));
-        EXPECT_EQ(corner(m, t, 0x0053), (std::vector<int>{256, 510}));
-        EXPECT_EQ(corner(two, t, 0x0053).back(), 10);
-    }
-    const Dicom_SQ* sq = static_cast<const Dicom_SQ*>(m.Get(Dicom_Tag(0x0070, 0x0001)));
-    for (int k = 0; k < 2; ++k) {
-        const Dicom_Msg* text =
-            static_cast<const Dicom_SQ*>(sq->GetItem(k)->Get(Dicom_Tag(0x0070, 0x0008)))->GetItem(0);
-        EXPECT_EQ(static_cast<const Dicom_FL*>(text->Get(Dicom_Tag(0x0070, 0x0014)))->GetValues(),
-                  (Floats{20, 60}));
-    }
-    EXPECT_EQ(m.GetTextOverlayPosition_i(0).GetValues(), (Floats{30, 40}));  // row first
-    EXPECT_EQ(m.GetTextOverlayPosition_i(1), FL_NULL);
-    EXPECT_EQ(m.GetTextOverlayPosition_i(3).GetValues(), (Floats{10, 20}));
 }
 
 namespace {
@@ -327,12 +263,8 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
         int level;  // of the expected log line, 0: none
         const char* log;
     };
-    const char* kVm = "IOD_Msg::move_curves_by.CurveDataDescriptor.vm < 1 or vm > 2.Ignoring...\n";
-    const char* kZeros =
-        "IOD_Msg::move_curves_by.CurveDataDescriptor.x and y cord have value of 0.Ignoring...\n";
-    const char* kNoStart =
-        "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not exist.Ignoring...\n";
     // x = 0.5, y = 3; two dimensions.
+    // clang-format off
     const Case cases[] = {
         {"US", 0, 2, {3, 10, 7, 30000}, {1, 30, 3, 65535}, {}, {}, {}, 0, ""},
         {"SS", 1, 2, {-3, -10, 5, 20000}, {-1, -30, 2, 32767}, {}, {}, {}, 0, ""},
@@ -341,11 +273,12 @@ TEST(CurveScaling, EachDataVRWithAndWithoutADescriptor) {
         {"SL", 4, 1, {-7, 100}, {-3, 300}, {}, {}, {}, 0, ""},
         {"second implicit", 0, 3, {4, 8, 10}, {2, 4, 5}, {1, 0}, {10, 2}, {30, 6}, 0, ""},
         {"first implicit", 0, 3, {1, 2, 3}, {3, 6, 9}, {0}, {10, 3}, {5, 1}, 0, ""},
-        {"both implicit", 0, 1, {4, 4}, {4, 4}, {0, 0}, {10, 2}, {10, 2}, 3, kZeros},
-        {"three descriptor values", 0, 1, {4, 4}, {4, 4}, {1, 2, 3}, {}, {}, 4, kVm},
-        {"no start and step", 0, 1, {4, 4}, {4, 4}, {1, 0}, {}, {}, 4, kNoStart},
+        {"both implicit", 0, 1, {4, 4}, {4, 4}, {0, 0}, {10, 2}, {10, 2}, 3, "IOD_Msg::move_curves_by.CurveDataDescriptor.x and y cord have value of 0.Ignoring...\n"},
+        {"three descriptor values", 0, 1, {4, 4}, {4, 4}, {1, 2, 3}, {}, {}, 4, "IOD_Msg::move_curves_by.CurveDataDescriptor.vm < 1 or vm > 2.Ignoring...\n"},
+        {"no start and step", 0, 1, {4, 4}, {4, 4}, {1, 0}, {}, {}, 4, "IOD_Msg::move_curves_by.CoordinateStartValue or CoordinateStepValue does not exist.Ignoring...\n"},
         {"unknown data VR", 7, 1, {4, 4}, {4, 4}, {}, {}, {}, 3, "move_curves_by: data VR is unknown\n"},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         IOD_Msg m;

@@ -159,16 +159,14 @@ public:
 
 private:
     static std::string Render(const Kvl_LogRecord& r) {
-        const std::string cls = "IOD_StructuredReporting::", tail = " not valid";
+        const std::string cls = "IOD_StructuredReporting::";
         if (r.function.rfind(cls, 0) != 0) return r.function + ": " + r.text;
         if (r.file != "src/IOD/IOD_StructuredReporting" || r.level != 4) return "misplaced: " + r.text;
         const std::string fn = r.function.substr(cls.size());
-        const std::string form = "File: " + r.file + " Line: " + std::to_string(r.line) + " Attribute:";
-        if (r.text.rfind(form, 0) == 0 && r.text.size() > form.size() + tail.size() &&
-            r.text.compare(r.text.size() - tail.size(), tail.size(), tail) == 0) {
-            return fn + "@" + r.text.substr(form.size(), r.text.size() - form.size() - tail.size());
-        }
-        return r.text.rfind(fn + ": ", 0) == 0 ? r.text : "misnamed " + r.function + ": " + r.text;
+        std::string text = r.text;
+        if (Strip(text, "File: " + r.file + " Line: " + std::to_string(r.line) + " Attribute:", " not valid"))
+            return fn + "@" + text;
+        return text.rfind(fn + ": ", 0) == 0 ? text : "misnamed " + r.function + ": " + text;
     }
     LogRecorder log_;
     int handle_;
@@ -231,6 +229,8 @@ const Case kCases[] = {
     {"two templates", SetSeq({}, D::CONTENT_TEMPLATE_SEQUENCE, [] { return Items{new Dicom_Msg, new Dicom_Msg}; }), kFull, 0, {"IsSRDocumentRelationshipValid@CONTENT_TEMPLATE_SEQUENCE"}},
     {"template", SetSeq({}, D::CONTENT_TEMPLATE_SEQUENCE, [] { return Items{new Dicom_Msg}; }), kFull, 0,
      {"IOD_Image::IsTemplateIdentMacroValid: IsTemplateIdentMacroValid: template identifier is not valid", "IsSRDocumentRelationshipValid@CONTENT_TEMPLATE_SEQUENCE"}},
+    {"template without mapping resource", SetSeq({}, D::CONTENT_TEMPLATE_SEQUENCE, [] { return Items{With(new Dicom_Msg, D::TEMPLATE_IDENTIFIER, Dicom_CS("2000"))}; }), kFull, 0,
+     {"IOD_Image::IsTemplateIdentMacroValid: IsTemplateIdentMacroValid: mapping resource is not valid", "IsSRDocumentRelationshipValid@CONTENT_TEMPLATE_SEQUENCE"}},
     {"null template", SetSeq({}, D::CONTENT_TEMPLATE_SEQUENCE, [] { return Items{nullptr}; }), kFull, 0, {"IsSRDocumentRelationshipValid: Dicom_Msg of seq is NULL"}},
     {"valid template", SetSeq({}, D::CONTENT_TEMPLATE_SEQUENCE, [] { return Items{With(With(new Dicom_Msg, D::TEMPLATE_IDENTIFIER, Dicom_CS("2000")), D::MAPPING_RESOURCE, Dicom_CS("DCMR"))}; }),
      kFull, 1, {}},
