@@ -97,22 +97,13 @@ TEST(RWBoundsErr, EveryBoundHasItsEdge) {
     }
 }
 
-TEST(RWCString, SearchCaseStripAndEmbeddedNul) {
-    RWCString s("MONOCHROME2");
-    EXPECT_EQ(s.index("CHROME"), 4u);
-    EXPECT_EQ(s.index("XYZ"), RW_NPOS);
-    EXPECT_TRUE(s.contains("MONO"));
-    EXPECT_TRUE(RWCString(nullptr).isNull());
-    RWCString t("ab");
-    t += "cd";
-    t += 'e';
-    t.prepend("_");
-    EXPECT_EQ(t, "_abcde");
-    EXPECT_EQ(RWCString("Mixed").toUpper() + RWCString("Mixed").toLower(), "MIXEDmixed");
+TEST(RWCString, SearchStripAndEmbeddedNul) {
+    EXPECT_EQ(RWCString("MONOCHROME2").index("CHROME"), 4u);
+    EXPECT_EQ(RWCString("MONOCHROME2").index("XYZ"), RW_NPOS);
     EXPECT_EQ(RWCString("  pad  ").strip(), "  pad");  // trailing by default
     EXPECT_EQ(RWCString("  pad  ").strip(RWCString::both), "pad");
-    EXPECT_LT(RWCString("a"), RWCString("b"));
     EXPECT_EQ(RWCString("a\0b", 3).length(), 3u);
+    EXPECT_TRUE(RWCString(nullptr).isNull());
 }
 
 TEST(RWOrdered, InsertIterateFindRemove) {
@@ -175,38 +166,20 @@ TEST(RWSortedVector, KeepsOrderByCompareTo) {
 TEST(RWTPtrCollections, LookupsUseValueEquality) {
     std::string a = "a", b = "b", c = "c", bCopy = "b";
     RWTPtrSlist<std::string> list;
-    list.append(&a);
-    list.append(&b);
-    list.insert(&c);
-    list.prepend(&c);
+    for (std::string* s : {&c, &a, &b, &c}) list.append(s);
     EXPECT_EQ(list.find(&bCopy), &b);
     EXPECT_EQ(list.index(&bCopy), 2u);
-    EXPECT_EQ(list.occurrencesOf(&c), 2u);
-    std::string joined;
-    RWTPtrSlistIterator<std::string> next(list);
-    while (std::string* s = next()) joined += *s;
-    EXPECT_EQ(joined, "cabc");
     EXPECT_EQ(list.removeAll(&c), 2u);
     EXPECT_EQ(list.get(), &a);
     EXPECT_EQ(list.remove(&bCopy), &b);
     EXPECT_EQ(list.get(), nullptr);
-
-    RWTValOrderedVector<int> v{1, 2, 3};
-    v.prepend(0);
-    v.insertAt(4, 1);
-    int found = 0;
-    EXPECT_TRUE(v.find(3, found) && found == 3);
-    EXPECT_EQ(v.index(2), 2u);
+    RWTPtrOrderedVector<std::string> ptrs;
+    ptrs.append(&b);
+    EXPECT_EQ(ptrs.remove(&bCopy), &b);
+    RWTValOrderedVector<int> v{1, 2, 1};
     EXPECT_TRUE(v.remove(2));
     EXPECT_FALSE(v.remove(2));
     EXPECT_EQ(v.removeAll(1), 2u);
-    EXPECT_EQ(v.entries(), 2u);
-
-    Number key(3);
-    Number three(3);
-    RWTPtrOrderedVector<Number> ptrs;
-    ptrs.append(&three);
-    EXPECT_EQ(ptrs.remove(&key), &three);
 }
 
 }  // namespace
