@@ -1,5 +1,5 @@
-// The private heaps: one per type, counters of blocks and bytes (also under several threads),
-// class-specific new/delete over the session heap, and the end of a mismatched free.
+// The private heaps: one per type, counters of blocks and bytes (also under several threads), and
+// the end of a mismatched free.
 #include <Kvl/Kvl_PrivateHeap.h>
 #include <Kvl/Kvl_SingletonHeap.h>
 #include <gtest/gtest.h>
@@ -75,31 +75,6 @@ TEST(PrivateHeap, CountersFromSeveralThreads) {
     EXPECT_EQ(stats.allocations, kThreads * kRounds / 2u);
     EXPECT_EQ(stats.frees, stats.allocations);
     EXPECT_EQ(stats.bytesInUse, bytesBefore);
-}
-
-// Class-specific new/delete over the session heap, as the messages use it.
-struct OnSessionHeap {
-    static Kvl_PrivateHeap* Heap() { return Kvl_SingletonHeap::GetInstance(Kvl_SessionHeap); }
-    static void* operator new(size_t size) { return Heap()->Allocate(size, kFile); }
-    static void operator delete(void* p) { Heap()->Free(p, kFile); }
-    static void* operator new[](size_t size) { return Heap()->AllocateArray(size, kFile); }
-    static void operator delete[](void* p) { Heap()->FreeArray(p, kFile); }
-    virtual ~OnSessionHeap() = default;
-    char payload[40] = {};
-};
-
-TEST(PrivateHeap, ClassSpecificNewAndDeleteGoThroughTheSessionHeap) {
-    Kvl_PrivateHeap* heap = OnSessionHeap::Heap();
-    heap->ResetStats();
-    const std::int64_t bytesBefore = heap->GetBytesInUse();
-    auto* object = new OnSessionHeap;
-    EXPECT_EQ(heap->GetBytesInUse() - bytesBefore, static_cast<std::int64_t>(sizeof(OnSessionHeap)));
-    delete object;
-    delete[] new OnSessionHeap[3];
-    const Kvl_PrivateHeap::Stats s = heap->GetStats();
-    EXPECT_EQ(std::vector<std::uint64_t>({s.allocations, s.frees, s.arrayAllocations, s.arrayFrees}),
-              std::vector<std::uint64_t>({1, 1, 1, 1}));
-    EXPECT_EQ(heap->GetBytesInUse(), bytesBefore);
 }
 
 TEST(PrivateHeapDeathTest, MismatchedFreeEndsTheProcess) {
