@@ -1,10 +1,9 @@
 // Several threads parse, read, encode and clone messages of their own while they share the
-// dictionary, the implementor registry, the character sets, one UID generator and the logger:
-// every result must equal the single-threaded one (and under tsan the run must be race-free).
+// dictionary, the implementor registry, the character sets and the logger: every result must
+// equal the single-threaded one (and under tsan the run must be race-free).
 #include <Dicom/Dicom_Dictionary.h>
 #include <Dicom/Dicom_ME.h>
 #include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_UIDGenerator.h>
 #include <KvlLog/Kvl_LogFile.h>
 #include <gtest/gtest.h>
 
@@ -77,9 +76,8 @@ struct Worker {
     std::vector<std::string> errors;
     std::vector<unsigned short> creatorIndex =
         std::vector<unsigned short>(kCreators, Dicom_Tag::NO_IMPLEMENTOR);
-    std::vector<std::string> uids;
 
-    void Run(int t, const std::vector<Input>& inputs, Dicom_UIDGenerator& generator) {
+    void Run(int t, const std::vector<Input>& inputs) {
         for (int i = 0; i < kIterations; ++i) {
             const Input& in = inputs[static_cast<size_t>(t * 5 + i) % inputs.size()];
             const std::string where = std::to_string(t) + "/" + std::to_string(i) + " " + in.name + ": ";
@@ -97,7 +95,6 @@ struct Worker {
             if (ImplementorIDVector::Name(ImplementorIDVector::Index(own)) != own ||
                 ImplementorIDVector::Name(index) != Creator(k))
                 errors.push_back(where + "creator names");
-            for (int u = 0; u < 4; ++u) uids.push_back(generator.GenerateString());
             if (KvlGLog.StoreParams("tests/threads/test_threads", "ThreadWorker", 4242, 3, 19, 1))
                 KvlGLog.Log("worker %d iteration %d\n", t, i);
         }
@@ -117,10 +114,9 @@ TEST(Threads, ParseReadEncodeCloneLogAtOnceGiveSingleThreadResults) {
         if (r.function == "ThreadWorker")
             records.push_back(r.file + ":" + std::to_string(r.line) + " " + r.text);
     });
-    Dicom_UIDGenerator generator;
     std::vector<Worker> workers(kThreads);
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) threads.emplace_back([&, t] { workers[t].Run(t, inputs, generator); });
+    for (int t = 0; t < kThreads; ++t) threads.emplace_back([&, t] { workers[t].Run(t, inputs); });
     for (auto& th : threads) th.join();
     KvlGLog.RemoveSink(sink);
     KvlGLog.SetDefaultSink(true);
@@ -134,16 +130,9 @@ TEST(Threads, ParseReadEncodeCloneLogAtOnceGiveSingleThreadResults) {
     std::sort(expected.begin(), expected.end());
     std::sort(records.begin(), records.end());
     EXPECT_EQ(records, expected) << "log records lost, mixed or delivered twice";
-    std::set<std::string> uids;
     std::vector<std::set<unsigned short>> indices(kCreators);
     for (const Worker& w : workers) {
         for (const std::string& e : w.errors) ADD_FAILURE() << e;
-        for (const std::string& u : w.uids) {
-            EXPECT_TRUE(uids.insert(u).second) << "UID issued twice: " << u;
-            EXPECT_TRUE(u.rfind("2.25.", 0) == 0 && u.size() <= 64 &&
-                        u.find_first_not_of("0123456789.") == std::string::npos)
-                << u;
-        }
         for (int k = 0; k < kCreators; ++k)
             if (w.creatorIndex[k] != Dicom_Tag::NO_IMPLEMENTOR) indices[k].insert(w.creatorIndex[k]);
     }
