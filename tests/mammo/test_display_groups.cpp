@@ -65,6 +65,7 @@ TEST(MammoDisplayGroups, SlabTestReadsOnlyTheTopLevelPixelMeasures) {
     EXPECT_TRUE(IOD_TomosynthesisHelper::Is3DTomosynthesisSlabbingImage(&msg));
     EXPECT_EQ(IOD_TomosynthesisHelper::GetMammoDisplayInfo(nullptr), IOD_MG_NOT_MG);
     EXPECT_FALSE(IOD_TomosynthesisHelper::Is3DTomosynthesisSlabbingImage(nullptr));
+    EXPECT_STREQ(IOD_TomosynthesisHelper::GetMammoGroupText(IOD_MG_SPECIAL), "SPECIAL");  // never derived
 }
 
 TEST(MammoLaterality, ImageLateralityThenLateralityThenFrameLaterality) {

@@ -106,6 +106,14 @@ TEST(RWCString, SearchStripAndEmbeddedNul) {
     EXPECT_TRUE(RWCString(nullptr).isNull());
 }
 
+TEST(RWCollectable, DefaultsCompareByIdentity) {
+    RWCollectable a, b;
+    EXPECT_EQ(a.compareTo(&a), 0);
+    EXPECT_NE(a.compareTo(&b), 0);
+    EXPECT_EQ(a.compareTo(&b), -b.compareTo(&a));
+    EXPECT_TRUE(a.isEqual(&a) && !a.isEqual(&b));
+}
+
 TEST(RWOrdered, InsertIterateFindRemove) {
     Number one(1), two(2), three(3), twoAgain(2);
     RWOrdered list;
