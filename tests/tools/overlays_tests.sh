@@ -1,11 +1,9 @@
 #!/bin/bash
-# Tests of `iodtool overlays` and `iodtool scale`: overlays_tests.sh GROUP IODTOOL DCMDUMP WORKDIR.
-# The input is written by DCMTK's dump2dcm (the independent writer, beside dcmdump) in explicit
-# little endian, big endian and implicit VR; dcmdump must read every file that we write.
+# Checks of iodtool overlays and scale: overlays_tests.sh GROUP IODTOOL DCMDUMP WORKDIR. DCMTK's
+# dump2dcm writes the input in explicit little and big endian and implicit VR; dcmdump reads ours.
 set -u
 group=$1 iodtool=$(realpath "$2") dcmdump=$3 work=$4
 dump2dcm="$(dirname "$(command -v "$dcmdump")")/dump2dcm"
-
 . "$(dirname "$0")/iodtool_test_lib.sh"
 need_dcmtk "$dcmdump" "$dump2dcm"
 fresh_workdir
@@ -98,16 +96,11 @@ syntaxes="te tb ti"
 for ts in $syntaxes; do
     "$dump2dcm" -q "+$ts" "$work/in.txt" "$work/in-$ts.dcm" || { echo "FAIL: dump2dcm +$ts"; exit 1; }
 done
-
-expect_listing() {  # expect_listing NAME: $work/NAME.out equals standard input
-    same "$1" - "$work/$1.out"
-}
+listing() { "$iodtool" overlays "$1"; }
 
 case $group in
 list)
-    for ts in $syntaxes; do
-        check "list-$ts" 0 -- "$iodtool" overlays "$work/in-$ts.dcm"
-        expect_listing "list-$ts" <<'EOF'
+    cat >"$work/expected" <<'EOF'
 Overlays (60xx): 3
   index 0  group 6000  type G  text "LEFT" at row 10, column 20  rows 4  columns 4
   index 1  group 6002  type G  graphic  rows 4  columns 8
@@ -122,76 +115,64 @@ Additional curves item 1: 1
 Additional curves item 1.1: 1
   index 0  group 5000  type ROI  dimensions 2  points 1  data FL
 EOF
-    done
-    check noargs 2 -- "$iodtool" overlays
-    check two-actions 2 -- "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --clear --remove-texts
-    check index-128 2 -- "$iodtool" overlays "$work/in-te.dcm" "$work/x.dcm" --remove 128
-    check no-output 2 -- "$iodtool" overlays "$work/in-te.dcm" --clear
+    for ts in $syntaxes; do same "list-$ts" "$work/expected" <(listing "$work/in-$ts.dcm"); done
     head -c $(($(stat -c %s "$work/in-te.dcm") - 3)) "$work/in-te.dcm" >"$work/truncated.dcm"
-    check truncated 1 "nothing written" -- "$iodtool" overlays "$work/truncated.dcm" "$work/x.dcm" --clear
+    while IFS='|' read -r name rc regex args; do
+        # shellcheck disable=SC2086
+        check "$name" "$rc" "$regex" -- "$iodtool" overlays $args
+    done <<EOF
+noargs|2|usage|
+two-actions|2|.|$work/in-te.dcm $work/x.dcm --clear --remove-texts
+index-128|2|.|$work/in-te.dcm $work/x.dcm --remove 128
+no-output|2|.|$work/in-te.dcm --clear
+truncated|1|nothing written|$work/truncated.dcm $work/x.dcm --clear
+EOF
     nothing_written x.dcm
     ;;
 edit)
-    for ts in $syntaxes; do
-        check "texts-$ts" 0 -- "$iodtool" overlays "$work/in-$ts.dcm" "$work/texts-$ts.dcm" --remove-texts
-        dcmtk_reads "texts-$ts" "$work/texts-$ts.dcm"
-        # The graphic overlay of index 1 is now index 0, its data with it; no private group left.
-        grep -q '^(6000,0011) US 8$' "$work/texts-$ts.txt" || fail "$ts: index 1 did not move to 6000"
-        grep -q '^(6000,3000) OW 5678\\9abc$' "$work/texts-$ts.txt" || fail "$ts: overlay data did not move"
-        grep -Eq '^\((600[1-9a-f]),' "$work/texts-$ts.txt" && fail "$ts: overlay groups left above 6000"
-        "$iodtool" overlays "$work/texts-$ts.dcm" | head -3 >"$work/head-texts-$ts.out"
-        expect_listing "head-texts-$ts" <<'EOF'
-Overlays (60xx): 1
-  index 0  group 6000  type G  graphic  rows 4  columns 8
-  first free index: 1
+    # Each action once, each on another syntax; DCMTK reads every output.
+    while IFS='|' read -r name ts action expected; do
+        # shellcheck disable=SC2086
+        check "$name" 0 -- "$iodtool" overlays "$work/in-$ts.dcm" "$work/$name.dcm" $action
+        dcmtk_reads "$name" "$work/$name.dcm"
+        listing "$work/$name.dcm" | grep -qxF -- "$expected" || fail "$name: no line '$expected'"
+    done <<'EOF'
+texts|te|--remove-texts|  index 0  group 6000  type G  graphic  rows 4  columns 8
+remove|tb|--remove 0|  index 1  group 6002  type R  text "RIGHT" at row 30, column 40  rows 4  columns 4
+curve|ti|--remove-curve 0|  index 0  group 5000  type TAC  dimensions 2  points 3  data FD
+clear|te|--clear|Overlays (60xx): 0
 EOF
-    done
-    check remove 0 -- "$iodtool" overlays "$work/in-tb.dcm" "$work/remove.dcm" --remove 0
-    dcmtk_reads remove "$work/remove.dcm"
-    "$iodtool" overlays "$work/remove.dcm" | grep -q '^  index 1  group 6002  type R  text "RIGHT" at row 30, column 40' ||
-        fail "--remove 0: index 2 did not become index 1"
-    check remove-curve 0 -- "$iodtool" overlays "$work/in-ti.dcm" "$work/remove-curve.dcm" --remove-curve 0
-    "$iodtool" overlays "$work/remove-curve.dcm" | grep -q '^  index 0  group 5000  type TAC' ||
-        fail "--remove-curve 0: curve 1 did not move"
-    check clear 0 -- "$iodtool" overlays "$work/in-te.dcm" "$work/clear.dcm" --clear
-    dcmtk_reads clear "$work/clear.dcm"
-    grep -Eq '^\((50|60)[0-9a-f]{2},' "$work/clear.txt" && fail "--clear: overlay or curve groups left"
+    # The graphic overlay moved with its data; no overlay group is left above it.
+    grep -q '^(6000,3000) OW 5678\\9abc$' "$work/texts.txt" || fail "texts: overlay data did not move"
+    grep -Eq '^\((600[1-9a-f]),' "$work/texts.txt" && fail "texts: overlay groups left above 6000"
+    grep -Eq '^\((50|60)[0-9a-f]{2},' "$work/clear.txt" && fail "clear: overlay or curve groups left"
     ;;
 scale)
     for ts in $syntaxes; do
         check "scale-$ts" 0 -- "$iodtool" scale "$work/in-$ts.dcm" "$work/scale-$ts.dcm" 2 0.5
         dcmtk_reads "scale-$ts" "$work/scale-$ts.dcm"
     done
-    # Explicit VR in both byte orders: DCMTK reads the same values (implicit VR hides the VRs of
-    # the private elements from it).
+    # Both byte orders read the same in DCMTK; implicit VR hides the private VRs from it: our dump.
     same te-tb <(grep -v '^(0002' "$work/scale-te.txt") <(grep -v '^(0002' "$work/scale-tb.txt")
-    for expected in '^\(0018,1602\) IS \[20\]$' '^\(0018,1606\) IS \[10\]$' '^\(0018,1610\) IS \[25\\120\]$' \
-        '^\(0018,1612\) IS \[30\]$' '^\(0018,1620\) IS \[1\\4\\2\\8\\3\\12\]$' \
-        '^    \(0070,0053\) SL 1024\\128$' '^        \(0070,0014\) FL 20\\10$' '^\(6001,1016\) FL 5\\40$' \
-        '^\(6005,1016\) FL 15\\80$' '^\(5000,3000\) OB ec\\ff\\0a\\00\\3c\\00\\ec\\ff$' \
-        '^\(5002,0112\) US 5$' '^    \(5000,3000\) OB 14\\00\\0a\\00\\3c\\00\\14\\00$' \
-        '^        \(5000,3000\) OB 00\\00\\80\\3f\\00\\00\\00\\40$'; do
-        grep -Eq "$expected" "$work/scale-te.txt" || fail "scale: no line /$expected/ in the output"
-    done
-    # Our dump of the implicit VR output shows the same values as the explicit one.
     values() { dump_without "$1" '^\(6004,3000\)' | sed 's/^\(.*([0-9a-f,]*)\) ../\1/'; }
     same te-ti <(values "$work/scale-te.dcm") <(values "$work/scale-ti.dcm")
-    check zero 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 0 1
-    check infinite 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 inf
-    check text 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 x
+    for expected in '^\(0018,1602\) IS \[20\]$' '^\(0018,1610\) IS \[25\\120\]$' '^\(0018,1620\) IS \[1\\4\\2\\8\\3\\12\]$' \
+        '^    \(0070,0053\) SL 1024\\128$' '^        \(0070,0014\) FL 20\\10$' '^\(6001,1016\) FL 5\\40$' \
+        '^\(5000,3000\) OB ec\\ff\\0a\\00\\3c\\00\\ec\\ff$' '^    \(5000,3000\) OB 14\\00\\0a\\00\\3c\\00\\14\\00$'; do
+        grep -Eq "$expected" "$work/scale-te.txt" || fail "scale: no line /$expected/ in the output"
+    done
+    for f in 0 inf x; do check "factor-$f" 2 -- "$iodtool" scale "$work/in-te.dcm" "$work/x.dcm" 1 "$f"; done
     nothing_written x.dcm
     ;;
 data)
-    # Overlay and curve data written by us in big endian equal what DCMTK writes itself, and
-    # implicit VR input reads as DCMTK reads it.
+    # Overlay and curve data that we write in big endian equal what DCMTK writes, and implicit VR
+    # input reads as DCMTK reads it (top level only: DCMTK reads its private sequences as bytes).
     check convert-big 0 -- "$iodtool" convert "$work/in-te.dcm" "$work/conv-big.dcm" --transfer-syntax big
     check convert-explicit 0 -- "$iodtool" convert "$work/in-ti.dcm" "$work/conv-explicit.dcm" --transfer-syntax explicit
     for f in conv-big conv-explicit in-tb in-ti; do dcmtk_reads "$f" "$work/$f.dcm"; done
-    data='^ *\((50|60)[0-9a-f]{2},3000\)'
-    same big <(grep -E "$data" "$work/in-tb.txt") <(grep -E "$data" "$work/conv-big.txt")
-    # (DCMTK reads the private sequences of the implicit VR file as unknown bytes: top level only.)
-    data='^\((50|60)[0-9a-f]{2},3000\)'
-    same implicit <(grep -E "$data" "$work/in-ti.txt") <(grep -E "$data" "$work/conv-explicit.txt")
+    data() { grep -E "^$2\\((50|60)[0-9a-f]{2},3000\\)" "$work/$1.txt"; }
+    same big <(data in-tb ' *') <(data conv-big ' *')
+    same implicit <(data in-ti '') <(data conv-explicit '')
     ;;
 *)
     echo "unknown group $group"
