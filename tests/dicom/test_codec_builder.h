@@ -115,6 +115,13 @@ inline std::vector<unsigned char> ReadFile(const std::string& path) {
     return std::vector<unsigned char>((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
 }
 
+// The bytes of a value as held (any value class), or "<absent>".
+template <class V>
+std::string Raw(const V* v) {
+    return v ? std::string(reinterpret_cast<const char*>(v->GetData()), v->GetRawLen())
+             : std::string("<absent>");
+}
+
 // pydicom's test files (a test dependency); tests that need one skip when it is missing.
 inline std::string PydicomFile(const char* name) {
     return std::string("/usr/lib/python3/dist-packages/pydicom/data/test_files/") + name;
