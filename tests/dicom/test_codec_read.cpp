@@ -14,10 +14,7 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
-using testbytes::Raw;
-using testbytes::U16;
-using testbytes::U32;
+using namespace testbytes;
 
 namespace {
 
@@ -72,19 +69,17 @@ TEST(CodecRead, NativeSyntaxesAreDetectedAndValuesComeOutInHostOrder) {
 TEST(CodecRead, SyntaxComesFromMetaGroupThenCallerThenDetection) {
     // The meta group names implicit VR: the caller's explicit syntax does not override it, with or
     // without preamble; the meta group is kept among the elements but not written with the data set.
-    Bytes f = testbytes::FileHeader(Dicom_TransferSyntax::IMPLICIT_LITTLE_UID);
+    Bytes f = FileHeader(Dicom_TransferSyntax::IMPLICIT_LITTLE_UID);
     f.raw(SmallDataSet(0).b);
     for (size_t skip : {0, 132}) {
         int status = 1;
-        Dicom_Msg m(f.data() + skip, f.size() - skip, 1,
-                    Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN), &status);
+        Dicom_Msg m(f.data() + skip, f.size() - skip, 1, kExplicit, &status);
         ASSERT_EQ(status, 0);
         EXPECT_EQ(m.GetTransferSyntax().GetKind(), Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
         EXPECT_EQ(US0(m.Get(Dicom_Tag(0x0028, 0x0010))), 0x0102u);
         EXPECT_NE(m.Get(Dicom_Tag(0x0002, 0x0010)), nullptr);
-        EXPECT_EQ(
-            m.GetDumpLen(Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN)).GetDumpLen(),
-            SmallDataSet(0).size() + 1);  // + the padding of the odd Patient ID
+        EXPECT_EQ(m.GetDumpLen(kImplicit).GetDumpLen(),
+                  SmallDataSet(0).size() + 1);  // + the padding of the odd Patient ID
     }
     Bytes be = SmallDataSet(2);  // a bare data set in a syntax given by UID
     int status;
@@ -92,7 +87,7 @@ TEST(CodecRead, SyntaxComesFromMetaGroupThenCallerThenDetection) {
                  Dicom_SwapInfo::FROM_MEMORY, false, false);
     EXPECT_TRUE(m3.GetTransferSyntax().IsBigEndian());
     EXPECT_EQ(US0(m3.Get(Dicom_Tag(0x0028, 0x0010))), 0x0102u);
-    Bytes unk = testbytes::FileHeader("1.2.3.4.5.6.7");  // unknown syntax: -1, only the meta group is held
+    Bytes unk = FileHeader("1.2.3.4.5.6.7");  // unknown syntax: -1, only the meta group is held
     unk.raw(SmallDataSet(1).b);
     Dicom_Msg m4(unk.data(), unk.size(), 1, &status);
     EXPECT_EQ(status, -1);
@@ -126,8 +121,7 @@ TEST(CodecRead, SequencesOfBothLengthFormsRoundTripByteForByte) {
     b.ex(0x0020, 0x000E, "UI", std::string("1.2.3\0", 6)).itemEnd().item(0).seqEnd();
     b.ex(0x0010, 0x0010, "PN", "X^Y ");
     int status;
-    Dicom_Msg m(b.data(), b.size(), 1, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN),
-                &status);
+    Dicom_Msg m(b.data(), b.size(), 1, kExplicit, &status);
     ASSERT_EQ(status, 0);
     const Dicom_SQ* sq = dynamic_cast<const Dicom_SQ*>(m.Get(Dicom_Tag(0x0008, 0x1115)));
     ASSERT_NE(sq, nullptr);
@@ -153,8 +147,7 @@ TEST(CodecRead, UnknownVRsAreReadAsUNOrImplicitSequence) {
     b.tag(0x0011, 0x0011).raw("??").u16(2).raw("ef");           // anything else: short form
     b.ex(0x0020, 0x0013, "IS", "1 ");
     int status;
-    Dicom_Msg m(b.data(), b.size(), 1, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN),
-                &status);
+    Dicom_Msg m(b.data(), b.size(), 1, kExplicit, &status);
     ASSERT_EQ(status, 0);
     EXPECT_EQ(m.Get(Dicom_Tag(0x0011, 0x0010))->GetVR(), Dicom_VR::UN);
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0011, 0x0010))) + Raw(m.Get(Dicom_Tag(0x0011, 0x0011))), "abcdef");
@@ -174,7 +167,7 @@ TEST(CodecRead, EncapsulatedPixelDataIsKeptExactly) {
     frags.item(4).u32(0);                                           // basic offset table with one entry
     frags.item(6).raw(std::string("\xFF\xD8\xFE\xFF\xDD\xE0", 6));  // a delimiter pattern inside a fragment
     frags.item(2).raw("\xFF\xD9");
-    Bytes f = testbytes::FileHeader("1.2.840.10008.1.2.4.50");
+    Bytes f = FileHeader("1.2.840.10008.1.2.4.50");
     f.ex(0x0028, 0x0010, "US", U16(1));
     f.exh(0x7FE0, 0x0010, "OB", 0xFFFFFFFFu).raw(frags.b).seqEnd();
     int status;
@@ -188,8 +181,8 @@ TEST(CodecRead, EncapsulatedPixelDataIsKeptExactly) {
     ASSERT_EQ(m.Encode(out, Dicom_TransferSyntax(), false), 0);
     EXPECT_EQ(out, std::vector<unsigned char>(f.b.begin() + 132 + 12 + 14 + 8 + 22, f.b.end()));
     // A native syntax cannot carry it without a codec.
-    EXPECT_EQ(m.Encode(out, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN), false), -1);
-    EXPECT_FALSE(m.GetDumpLen(Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN)).IsValid());
+    EXPECT_EQ(m.Encode(out, kExplicit, false), -1);
+    EXPECT_FALSE(m.GetDumpLen(kImplicit).IsValid());
 }
 
 TEST(CodecRead, DeflatedDataSetIsInflatedIntoOwnedMemory) {
@@ -200,7 +193,7 @@ TEST(CodecRead, DeflatedDataSetIsInflatedIntoOwnedMemory) {
         "\x31\xd7\x00\x4a\x86\x06\x33\x31\x30\x31\x6a\x30\x18\x30\xb8\x04\x73\x30\x18\xe8\x99\xc6\x18"
         "\xe8\x19\x99\x4a\x30\x48\x4e\x0a\x06\xca\xfc\xfb\xef\xc0\x60\xb4\x30\xd4\x87\x83\x81\x85\x99"
         "\x89\x91\x9d\x81\x81\x01\x00";
-    Bytes f = testbytes::FileHeader(Dicom_TransferSyntax::DEFLATED_UID);
+    Bytes f = FileHeader(Dicom_TransferSyntax::DEFLATED_UID);
     f.raw(std::string(kDeflated, sizeof kDeflated - 1));
     int status;
     Dicom_Msg m(f.data(), f.size(), 0, &status);
@@ -213,10 +206,10 @@ TEST(CodecRead, DeflatedDataSetIsInflatedIntoOwnedMemory) {
     ASSERT_EQ(m.Encode(out, Dicom_TransferSyntax(), true), 0);
     Dicom_Msg again(out.data(), out.size(), 1, &status);
     ASSERT_EQ(status, 0);
-    ASSERT_EQ(again.Encode(plain, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN)), 0);
+    ASSERT_EQ(again.Encode(plain, kExplicit), 0);
     EXPECT_EQ(plain.size(), SmallDataSet(1).size() + 1);  // + the padding of the odd Patient ID
     EXPECT_EQ(Raw(again.Get(Dicom_Tag(0x0040, 0xA132))), U32(0x01020304u) + U32(7));
-    Bytes bad = testbytes::FileHeader(Dicom_TransferSyntax::DEFLATED_UID);  // a damaged stream
+    Bytes bad = FileHeader(Dicom_TransferSyntax::DEFLATED_UID);  // a damaged stream
     bad.raw(std::string(40, '\x7F'));
     Dicom_Msg m2(bad.data(), bad.size(), 1, &status);
     EXPECT_EQ(status, -1);
@@ -294,8 +287,7 @@ TEST(CodecRead, ImplicitVRFollowsTheRulesAtTheirEdges) {
     Bytes b;
     for (const Case& c : cases) b.im(c.group, c.element, "ABCD");
     int status;
-    Dicom_Msg m(b.data(), b.size(), 1, Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN),
-                &status);
+    Dicom_Msg m(b.data(), b.size(), 1, kImplicit, &status);
     ASSERT_EQ(status, 0);
     for (const Case& c : cases) {
         const Dicom_ME* me = m.Find(Dicom_Tag(uint16_t(c.group), uint16_t(c.element)), false);

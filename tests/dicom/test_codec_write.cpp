@@ -21,14 +21,9 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Raw;
+using namespace testbytes;
 
 namespace {
-
-const Dicom_TransferSyntax kImplicit(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kExplicit(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kBig(Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN);
-const Dicom_TransferSyntax kDeflated(Dicom_TransferSyntax::DEFLATED_EXPLICIT_LITTLE_ENDIAN);
 
 // CS "ISO_IR 100" (10), PN "ODD" (3, padded to 4), US 512, a new sequence with one item holding
 // UI "1.2" (3, padded to 4), OW of 6 bytes.
@@ -57,7 +52,7 @@ TEST(CodecWrite, BytesMatchAHandAssembledEncoding) {
     BuildSample(m);
     for (const Dicom_TransferSyntax* ts : {&kImplicit, &kExplicit, &kBig}) {
         SCOPED_TRACE(ts->GetUID());
-        testbytes::Bytes e;
+        Bytes e;
         e.big = ts->IsBigEndian();
         auto el = [&](unsigned g, unsigned n, const char* vr, const std::string& v) {
             ts->IsExplicitVR() ? e.ex(g, n, vr, v) : e.im(g, n, v);
@@ -68,7 +63,7 @@ TEST(CodecWrite, BytesMatchAHandAssembledEncoding) {
         el(0x0008, 0x1150, "UI", std::string("1.2\0", 4));
         e.itemEnd().seqEnd();
         el(0x0010, 0x0010, "PN", "ODD ");
-        el(0x0028, 0x0010, "US", testbytes::U16(512, e.big));
+        el(0x0028, 0x0010, "US", U16(512, e.big));
         el(0x7FE0, 0x0010, "OW", std::string(e.big ? "\2\1\4\3\6\5" : "\1\2\3\4\5\6", 6));  // words swapped
         std::vector<unsigned char> out;
         ASSERT_EQ(m.Encode(out, *ts), 0);
@@ -120,7 +115,7 @@ TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
             std::string swapped = padded;
             for (size_t k = 0; big && c.unit > 1 && k < swapped.size(); k += c.unit)
                 std::reverse(swapped.begin() + k, swapped.begin() + k + c.unit);
-            testbytes::Bytes e;
+            Bytes e;
             e.big = big;
             e.tag(0x0011, 0x1010).raw(c.vr);
             c.longLength ? e.u16(0).u32(uint32_t(swapped.size())) : e.u16(unsigned(swapped.size()));
@@ -139,7 +134,7 @@ TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
             ASSERT_GE(read->GetRawLen(), value.size());
             EXPECT_EQ(std::string(reinterpret_cast<const char*>(read->GetData()), value.size()), value);
         }
-        testbytes::Bytes i;
+        Bytes i;
         i.im(0x0011, 0x1010, padded);
         std::vector<unsigned char> out;
         ASSERT_EQ(m.Encode(out, kImplicit), 0);
@@ -160,7 +155,7 @@ TEST(CodecWrite, GroupLengthsAreRecomputedForTheTargetSyntax) {
         const Dicom_Type* gl = back.Get(Dicom_Tag(uint16_t{0x0008}, uint16_t{0x0000}));
         ASSERT_TRUE(gl && gl->GetRawLen() == 4);
         // The rest of group 0008: CS 8 + 10 and the sequence (12 or 8) + 28 + 8.
-        EXPECT_EQ(Raw(gl), testbytes::U32(ts->IsExplicitVR() ? 18u + 48u : 18u + 44u));
+        EXPECT_EQ(Raw(gl), U32(ts->IsExplicitVR() ? 18u + 48u : 18u + 44u));
     }
 }
 

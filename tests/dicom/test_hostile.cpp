@@ -13,7 +13,7 @@
 #include "Dicom_Codec.h"
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
+using namespace testbytes;
 
 namespace {
 
@@ -52,9 +52,8 @@ int ParseGuarded(const std::vector<unsigned char>& bytes, int* elements = nullpt
     if (elements) *elements = m.GetNElements();
     // Whatever was read is a complete message: measure it, write it, copy it.
     std::vector<unsigned char> out;
-    const Dicom_DumpLen len =
-        m.GetDumpLen(Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN));
-    if (m.Encode(out, Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN)) == 0) {
+    const Dicom_DumpLen len = m.GetDumpLen(kImplicit);
+    if (m.Encode(out, kImplicit) == 0) {
         EXPECT_TRUE(len.IsValid());
         EXPECT_EQ(len.GetDumpLen(), out.size());
     }
@@ -62,9 +61,6 @@ int ParseGuarded(const std::vector<unsigned char>& bytes, int* elements = nullpt
     EXPECT_EQ(copy.GetNElements(), m.GetNElements());
     return status;
 }
-
-const Dicom_TransferSyntax kExplicit(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kImplicit(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
 
 // Sequences nested `depth` levels deep, each of undefined length with one undefined item.
 std::vector<unsigned char> Nested(int depth) {
@@ -142,7 +138,7 @@ TEST(Hostile, NestingIsBoundedAt64Levels) {
 }
 
 TEST(Hostile, EveryTruncationAndRandomDamageIsHandled) {
-    Bytes f = testbytes::FileHeader("1.2.840.10008.1.2.4.50");
+    Bytes f = FileHeader("1.2.840.10008.1.2.4.50");
     f.ex(0x0008, 0x0060, "CS", "MR");
     f.exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).item(16).ex(0x0008, 0x1150, "UI", "1.2.3.4.").seqEnd();
     f.ex(0x0029, 0x0010, "LO", "QUORVEX1").ex(0x0029, 0x1017, "SH", "LBL ");
@@ -162,7 +158,7 @@ TEST(Hostile, EveryTruncationAndRandomDamageIsHandled) {
     std::vector<std::vector<unsigned char>> seeds{Nested(3), f.b};
     for (const char* name :
          {"CT_small.dcm", "rtplan.dcm", "JPEG2000.dcm", "MR_small_bigendian.dcm", "image_dfl.dcm"}) {
-        auto bytes = testbytes::ReadFile(testbytes::PydicomFile(name));
+        auto bytes = ReadFile(PydicomFile(name));
         if (!bytes.empty()) seeds.push_back(std::move(bytes));
     }
     std::mt19937 rng(20261122);

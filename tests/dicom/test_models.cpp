@@ -11,9 +11,7 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
-using testbytes::U16;
-using testbytes::U32;
+using namespace testbytes;
 
 namespace {
 

@@ -12,15 +12,11 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
-
-using testbytes::Raw;
+using namespace testbytes;
 
 namespace {
 
 const Dicom_Tag kLabel = Dicom_Dictionary::QUORVEX1_IMAGE_LABEL;  // (0029,xx17) SH of "QUORVEX1"
-const Dicom_TransferSyntax kExplicit(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kImplicit(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
 
 }  // namespace
 

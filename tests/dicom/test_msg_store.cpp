@@ -18,8 +18,7 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
-using testbytes::Raw;
+using namespace testbytes;
 
 namespace {
 
@@ -43,11 +42,11 @@ public:
 std::vector<unsigned char> RichFile() {
     Bytes item;
     item.ex(0x0008, 0x0100, "SH", "CODE").ex(0x0008, 0x1150, "UI", std::string("1.2.3.4\0", 8));
-    Bytes f = testbytes::FileHeader("1.2.840.10008.1.2.4.50");
+    Bytes f = FileHeader("1.2.840.10008.1.2.4.50");
     f.ex(0x0008, 0x0005, "CS", "ISO_IR 100").ex(0x0008, 0x0008, "CS", "ORIGINAL\\PRIMARY\\MULTI_FORMAT");
     f.exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).item(static_cast<uint32_t>(item.size())).raw(item.b).seqEnd();
     f.ex(0x0010, 0x0010, "PN", "M\xFCller^J\xF6rg");
-    f.ex(0x0028, 0x0010, "US", testbytes::U16(0x1234));
+    f.ex(0x0028, 0x0010, "US", U16(0x1234));
     f.ex(0x0029, 0x0010, "LO", "QUORVEX1").ex(0x0029, 0x1017, "SH", "LBL ");
     f.exh(0x7FE0, 0x0010, "OB", 0xFFFFFFFFu).item(0).item(4).raw("\xFF\xD8\xFF\xD9").seqEnd();
     return f.b;
@@ -205,7 +204,7 @@ TEST(MsgStore, TrustedBuffersRoundTripInBothByteOrdersAndRejectDamage) {
             const int result = m.ConstructFromTrustedBuffer(reader);
             EXPECT_TRUE(!cut || result != 0) << "cut at " << at;
             std::vector<unsigned char> out;
-            (void)m.Encode(out, Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN));
+            (void)m.Encode(out, kImplicit);
         }
     }
 }

@@ -13,15 +13,11 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
+using namespace testbytes;
+
 using namespace std::string_literals;
 
 namespace {
-
-const Dicom_TransferSyntax kImplicit(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kExplicit(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN);
-const Dicom_TransferSyntax kBig(Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN);
-const Dicom_TransferSyntax kDeflated(Dicom_TransferSyntax::DEFLATED_EXPLICIT_LITTLE_ENDIAN);
 
 struct DataCase {
     const char* name;
@@ -33,7 +29,7 @@ struct DataCase {
 
 std::string Floats(std::initializer_list<float> v) {
     std::string s;
-    for (float f : v) s += testbytes::F32(f);
+    for (float f : v) s += F32(f);
     return s;
 }
 
@@ -54,7 +50,7 @@ std::vector<unsigned char> BigEndianInput(const DataCase& c) {
         std::swap(value[i], value[i + 1]);
     Bytes b;
     b.big = true;
-    if (c.dvr >= 0) b.ex(c.group, 0x0103, "US", testbytes::U16(static_cast<unsigned>(c.dvr), true));
+    if (c.dvr >= 0) b.ex(c.group, 0x0103, "US", U16(static_cast<unsigned>(c.dvr), true));
     return b.ex(c.group, 0x3000, c.vr, value).b;
 }
 
@@ -62,7 +58,7 @@ std::vector<unsigned char> BigEndianInput(const DataCase& c) {
 void ExpectHeld(const Dicom_Msg& m, const DataCase& c) {
     const Dicom_Type* v = m.Get(Dicom_Tag(static_cast<unsigned short>(c.group), 0x3000));
     ASSERT_NE(v, nullptr);
-    EXPECT_EQ(testbytes::Raw(v), c.host + std::string(c.host.size() & 1, '\0'));
+    EXPECT_EQ(Raw(v), c.host + std::string(c.host.size() & 1, '\0'));
 }
 
 }  // namespace

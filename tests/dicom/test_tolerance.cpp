@@ -13,7 +13,7 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
+using namespace testbytes;
 
 namespace {
 
@@ -85,7 +85,7 @@ TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
             EXPECT_NE(log.texts[0].find(c.repaired), std::string::npos) << log.texts[0];
             // Written back out, the lengths agree with the content and read without repair.
             std::vector<unsigned char> out;
-            ASSERT_EQ(msg.Encode(out, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN)), 0);
+            ASSERT_EQ(msg.Encode(out, kExplicit), 0);
             Dicom_Msg again(out.data(), out.size(), 1, explicitLE, &status, Dicom_SwapInfo::FROM_MEMORY,
                             false, true);
             EXPECT_EQ(status, 0);
@@ -97,9 +97,9 @@ TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
 }
 
 TEST(Tolerance, DirectoryWithAShortenedLastRecord) {
-    const std::string path = testbytes::PydicomFile("dicomdirtests/DICOMDIR-nooffset");
+    const std::string path = PydicomFile("dicomdirtests/DICOMDIR-nooffset");
     if (!std::filesystem::exists(path)) GTEST_SKIP() << "pydicom's test files are not installed";
-    std::vector<unsigned char> bytes = testbytes::ReadFile(path);
+    std::vector<unsigned char> bytes = ReadFile(path);
     LogCapture log;
     int status = 0;
     Dicom_Msg msg(bytes.data(), bytes.size(), 0, &status);
@@ -112,9 +112,9 @@ TEST(Tolerance, DirectoryWithAShortenedLastRecord) {
 }
 
 TEST(Tolerance, ContradictedMetaGroupReportsTheSyntaxRead) {
-    const std::string path = testbytes::PydicomFile("SC_rgb_jpeg.dcm");
+    const std::string path = PydicomFile("SC_rgb_jpeg.dcm");
     if (!std::filesystem::exists(path)) GTEST_SKIP() << "pydicom's test files are not installed";
-    std::vector<unsigned char> bytes = testbytes::ReadFile(path);
+    std::vector<unsigned char> bytes = ReadFile(path);
     int status = 0;
     Dicom_Msg msg(bytes.data(), bytes.size(), 0, &status);
     ASSERT_EQ(status, 0);
