@@ -101,44 +101,37 @@ TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
         {"UN", true, '\0', 1}, {"UR", true, ' ', 0},  {"US", false, 0, 2},    {"UT", true, ' ', 0},
         {"UV", true, 0, 8},
     };
-    const std::string binary("\1\2\3\4\5\6\7\x08", 8);  // host (little endian) order
     for (const Case& c : cases) {
         SCOPED_TRACE(c.vr);
-        const std::string value = c.unit > 1 ? binary : c.unit == 1 ? std::string("\1\2\3", 3) : "1.2";
+        const std::string value = c.unit > 1    ? "\1\2\3\4\5\6\7\x08"
+                                  : c.unit == 1 ? "\1\2\3"
+                                                : "1.2";  // host order
         std::unique_ptr<Dicom_Type> v(Dicom_CreateValue(Dicom_VRFromName(c.vr)));
         ASSERT_EQ(v->SetRaw(value.data(), static_cast<uint32_t>(value.size())), 0);
         Dicom_Msg m;
         ASSERT_EQ(m.Set(Dicom_Tag(0x0011, 0x1010), v.get()), 0);
-        std::string padded = value;
-        if (padded.size() % 2) padded += c.pad;
-        for (bool big : {false, true}) {
-            std::string swapped = padded;
-            for (size_t k = 0; big && c.unit > 1 && k < swapped.size(); k += c.unit)
-                std::reverse(swapped.begin() + k, swapped.begin() + k + c.unit);
+        for (const Dicom_TransferSyntax* ts : {&kImplicit, &kExplicit, &kBig}) {
+            SCOPED_TRACE(ts->GetUID());
+            std::string bytes = value + std::string(value.size() % 2, c.pad);
+            for (size_t k = 0; ts->IsBigEndian() && c.unit > 1 && k < bytes.size(); k += c.unit)
+                std::reverse(bytes.begin() + k, bytes.begin() + k + c.unit);
             Bytes e;
-            e.big = big;
-            e.tag(0x0011, 0x1010).raw(c.vr);
-            c.longLength ? e.u16(0).u32(uint32_t(swapped.size())) : e.u16(unsigned(swapped.size()));
-            e.raw(swapped);
+            e.big = ts->IsBigEndian();
+            const uint32_t n = static_cast<uint32_t>(bytes.size());
+            e.tag(0x0011, 0x1010);
+            !ts->IsExplicitVR() ? e.u32(n) : c.longLength ? e.raw(c.vr).u16(0).u32(n) : e.raw(c.vr).u16(n);
+            e.raw(bytes);
             std::vector<unsigned char> out;
-            ASSERT_EQ(m.Encode(out, big ? kBig : kExplicit), 0);
-            EXPECT_EQ(out, e.b) << (big ? "big endian" : "little endian");
-            EXPECT_EQ(m.GetDumpLen(big ? kBig : kExplicit).GetDumpLen(), e.size());
-            // Read back from the assembled bytes: the value in host order again.
-            int status = -1;
-            Dicom_Msg back(e.data(), e.size(), 1, big ? kBig : kExplicit, &status);
-            ASSERT_EQ(status, 0);
+            ASSERT_EQ(m.Encode(out, *ts), 0);
+            EXPECT_EQ(out, e.b);
+            EXPECT_EQ(m.GetDumpLen(*ts).GetDumpLen(), e.size());
+            int status = -1;  // read back from the assembled bytes: the value in host order again
+            Dicom_Msg back(e.data(), e.size(), 1, *ts, &status);
             const Dicom_Type* read = back.Get(Dicom_Tag(0x0011, 0x1010));
-            ASSERT_NE(read, nullptr);
-            EXPECT_EQ(read->GetVR(), Dicom_VRFromName(c.vr));
-            ASSERT_GE(read->GetRawLen(), value.size());
-            EXPECT_EQ(std::string(reinterpret_cast<const char*>(read->GetData()), value.size()), value);
+            ASSERT_TRUE(status == 0 && read);
+            EXPECT_TRUE(!ts->IsExplicitVR() || read->GetVR() == Dicom_VRFromName(c.vr));
+            EXPECT_EQ(Raw(read).substr(0, value.size()), value);
         }
-        Bytes i;
-        i.im(0x0011, 0x1010, padded);
-        std::vector<unsigned char> out;
-        ASSERT_EQ(m.Encode(out, kImplicit), 0);
-        EXPECT_EQ(out, i.b) << "implicit";
     }
 }
 
