@@ -76,52 +76,37 @@ std::vector<unsigned char> Nested(int depth) {
 
 TEST(Hostile, LyingLengthsAndMisplacedDelimitersFailWithoutReadingPastTheEnd) {
     const Dicom_TransferSyntax jpeg("1.2.840.10008.1.2.4.50");
+    auto ct = [] { return Bytes().ex(0x0008, 0x0060, "CS", "CT"); };
+    auto sq = [](uint32_t length) { return Bytes().exh(0x0008, 0x1115, "SQ", length); };
+    auto px = [] { return Bytes().exh(0x7FE0, 0x0010, "OB", 0xFFFFFFFFu).item(0); };
     const struct {
-        const char* what;
-        Bytes b;
-        const Dicom_TransferSyntax& ts;
         int status, elements;  // elements read before the fault; -1: not checked
+        const Dicom_TransferSyntax& ts;
+        Bytes b;
     } cases[] = {
-        {"value longer than the rest",
-         Bytes().ex(0x0008, 0x0060, "CS", "CT").exh(0x0010, 0x0010, "PN", 200).raw("SHORT"), kExplicit, -1,
-         1},
-        {"32-bit length",
-         Bytes().ex(0x0008, 0x0060, "CS", "CT").exh(0x7FE0, 0x0010, "OW", 0xFFFFFFF0u).raw("ab"), kExplicit,
-         -1, 1},
-        {"implicit length", Bytes().im(0x0008, 0x0060, "CT").imh(0x0010, 0x0010, 0x7FFFFFFFu).raw("x"),
-         kImplicit, -1, 1},
-        {"item longer than its sequence",
-         Bytes().exh(0x0008, 0x1115, "SQ", 16).item(100).ex(0x0008, 0x1150, "UI", "1.2."), kExplicit, -1, -1},
-        {"sequence longer than the input, its items end with it",  // repaired (test_tolerance.cpp)
-         Bytes().exh(0x0008, 0x1115, "SQ", 1000).item(8).ex(0x0008, 0x1150, "UI", ""), kExplicit, 0, 1},
-        {"sequence longer than the input",
-         Bytes()
-             .exh(0x0008, 0x1115, "SQ", 1000)
-             .item(8)
-             .ex(0x0008, 0x1150, "UI", "")
-             .ex(0x0008, 0x1150, "UI", ""),
-         kExplicit, -1, -1},
-        {"header cut", Bytes().ex(0x0008, 0x0060, "CS", "CT").tag(0x0010, 0x0010).raw("P"), kExplicit, -1, 1},
-        {"undefined length UL", Bytes().exh(0x0028, 0x0010, "UL", 0xFFFFFFFFu).raw(std::string(16, '\0')),
-         kExplicit, -1, 0},
-        {"undefined length US (implicit)",
-         Bytes().imh(0x0028, 0x0010, 0xFFFFFFFFu).raw(std::string(16, '\0')), kImplicit, -1, 0},
-        {"open item", Bytes().exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).item().ex(0x0008, 0x1150, "UI", "1.2."),
-         kExplicit, -1, -1},
-        {"open sequence", Bytes().exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).item(0), kExplicit, -1, -1},
-        {"open fragments", Bytes().exh(0x7FE0, 0x0010, "OB", 0xFFFFFFFFu).item(0).item(4).raw("abcd"), jpeg,
-         -1, 0},
-        {"fragment of undefined length",
-         Bytes().exh(0x7FE0, 0x0010, "OB", 0xFFFFFFFFu).item(0).item().raw("abcd").seqEnd(), jpeg, -1, 0},
-        {"item delimiter in a data set", Bytes().ex(0x0008, 0x0060, "CS", "CT").itemEnd(), kExplicit, -1, 1},
-        {"element where an item belongs",
-         Bytes().exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).ex(0x0008, 0x1150, "UI", "1.2.").seqEnd(), kExplicit,
-         -1, -1},
+        {-1, 1, kExplicit, ct().exh(0x0010, 0x0010, "PN", 200).raw("SHORT")},  // value longer than the rest
+        {-1, 1, kExplicit, ct().exh(0x7FE0, 0x0010, "OW", 0xFFFFFFF0u).raw("ab")},
+        {-1, 1, kImplicit, Bytes().im(0x0008, 0x0060, "CT").imh(0x0010, 0x0010, 0x7FFFFFFFu).raw("x")},
+        {-1, -1, kExplicit,
+         sq(16).item(100).ex(0x0008, 0x1150, "UI", "1.2.")},  // item longer than its sequence
+        {0, 1, kExplicit,
+         sq(1000).item(8).ex(0x0008, 0x1150, "UI", "")},  // repaired: items end with the input
+        {-1, -1, kExplicit, sq(1000).item(8).ex(0x0008, 0x1150, "UI", "").ex(0x0008, 0x1150, "UI", "")},
+        {-1, 1, kExplicit, ct().tag(0x0010, 0x0010).raw("P")},  // header cut
+        {-1, 0, kExplicit, Bytes().exh(0x0028, 0x0010, "UL", 0xFFFFFFFFu).raw(std::string(16, '\0'))},
+        {-1, 0, kImplicit, Bytes().imh(0x0028, 0x0010, 0xFFFFFFFFu).raw(std::string(16, '\0'))},  // US
+        {-1, -1, kExplicit, sq(0xFFFFFFFFu).item().ex(0x0008, 0x1150, "UI", "1.2.")},             // open item
+        {-1, -1, kExplicit, sq(0xFFFFFFFFu).item(0)},     // open sequence
+        {-1, 0, jpeg, px().item(4).raw("abcd")},          // open fragments
+        {-1, 0, jpeg, px().item().raw("abcd").seqEnd()},  // fragment of undefined length
+        {-1, 1, kExplicit, ct().itemEnd()},               // item delimiter in a data set
+        {-1, -1, kExplicit,
+         sq(0xFFFFFFFFu).ex(0x0008, 0x1150, "UI", "1.2.").seqEnd()},  // element for an item
     };
-    for (const auto& c : cases) {
+    for (size_t i = 0; i < std::size(cases); ++i) {
         int n = -1;
-        EXPECT_EQ(ParseGuarded(c.b.b, &n, c.ts), c.status) << c.what;
-        EXPECT_TRUE(c.elements < 0 || n == c.elements) << c.what;
+        EXPECT_EQ(ParseGuarded(cases[i].b.b, &n, cases[i].ts), cases[i].status) << "case " << i;
+        EXPECT_TRUE(cases[i].elements < 0 || n == cases[i].elements) << "case " << i;
     }
 }
 
