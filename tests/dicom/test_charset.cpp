@@ -27,16 +27,10 @@ const std::vector<Sample>& Samples() {
     static const std::vector<Sample> samples = {
         {"chrArab", "ISO_IR 127", "\xe2\xc8\xc7\xe6\xea^\xe4\xe6\xd2\xc7\xd1", "قباني^لنزار"},
         {"chrFren", "ISO_IR 100", "Buc^J\xe9r\xf4me", "Buc^Jérôme"},
-        {"chrGerm", "ISO_IR 100",
-         "\xc4neas^R\xfc"
-         "diger",
-         "Äneas^Rüdiger"},
+        {"chrGerm", "ISO_IR 100", "\xc4neas^R\xfc\x64iger", "Äneas^Rüdiger"},
         {"chrGreek", "ISO_IR 126", "\xc4\xe9\xef\xed\xf5\xf3\xe9\xef\xf2", "Διονυσιος"},
         {"chrHbrw", "ISO_IR 138", "\xf9\xf8\xe5\xef^\xe3\xe1\xe5\xf8\xe4", "שרון^דבורה"},
-        {"chrRuss", "ISO_IR 144",
-         "\xbb\xee\xda"
-         "ce\xdc\xd1yp\xd3",
-         "Люкceмбypг"},
+        {"chrRuss", "ISO_IR 144", "\xbb\xee\xda\x63\x65\xdc\xd1yp\xd3", "Люкceмбypг"},
         {"chrH31", "\\ISO 2022 IR 87",
          "Yamada^Tarou=\x1b$B;3ED\x1b(B^\x1b$BB@O:\x1b(B=\x1b$B$d$^$@\x1b(B^\x1b$B$?$m$&\x1b(B",
          "Yamada^Tarou=山田^太郎=やまだ^たろう"},
@@ -47,7 +41,6 @@ const std::vector<Sample>& Samples() {
         {"chrI2", "\\ISO 2022 IR 149",
          "Hong^Gildong=\x1b$)C\xfb\xf3^\x1b$)C\xd1\xce\xd4\xd7=\x1b$)C\xc8\xab^\x1b$)C\xb1\xe6\xb5\xbf",
          "Hong^Gildong=洪^吉洞=홍^길동"},
-        {"chrKoreanMulti", "\\ISO 2022 IR 149", "\x1b$)C\xb1\xe8\xc8\xf1\xc1\xdf", "김희중"},
         {"chrX1", "ISO_IR 192",
          "Wang^XiaoDong=\xe7\x8e\x8b^\xe5\xb0\x8f\xe6\x9d\xb1=", "Wang^XiaoDong=王^小東="},
         {"chrX2", "GB18030", "Wang^XiaoDong=\xcd\xf5^\xd0\xa1\xb6\xab=", "Wang^XiaoDong=王^小东="},

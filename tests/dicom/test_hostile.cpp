@@ -1,6 +1,6 @@
 // Hostile input: lying lengths, misplaced undefined lengths and delimiters, deep nesting,
-// truncation, random damage and inflation bombs. Inputs end where an unreadable page begins, so
-// that any read past their end crashes the test.
+// truncation and inflation bombs (random damage is the fuzzers' job, fuzz/). Inputs end where an unreadable
+// page begins, so that any read past their end crashes the test.
 #include <Dicom/Dicom_Msg.h>
 #include <Dicom/Dicom_SQ.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <random>
 
 #include "Dicom_Codec.h"
 #include "test_codec_builder.h"
@@ -122,7 +121,7 @@ TEST(Hostile, NestingIsBoundedAt64Levels) {
     EXPECT_EQ(ParseGuarded(u.b, &n, kExplicit), -1);
 }
 
-TEST(Hostile, EveryTruncationAndRandomDamageIsHandled) {
+TEST(Hostile, EveryTruncationIsHandled) {
     Bytes f = FileHeader("1.2.840.10008.1.2.4.50");
     f.ex(0x0008, 0x0060, "CS", "MR");
     f.exh(0x0008, 0x1115, "SQ", 0xFFFFFFFFu).item(16).ex(0x0008, 0x1150, "UI", "1.2.3.4.").seqEnd();
@@ -139,28 +138,6 @@ TEST(Hostile, EveryTruncationAndRandomDamageIsHandled) {
     }
     // Nearly every cut falls inside an element; the few at element boundaries read as shorter data sets.
     EXPECT_GT(failures, static_cast<int>(f.size()) * 9 / 10);
-
-    std::vector<std::vector<unsigned char>> seeds{Nested(3), f.b};
-    for (const char* name :
-         {"CT_small.dcm", "rtplan.dcm", "JPEG2000.dcm", "MR_small_bigendian.dcm", "image_dfl.dcm"}) {
-        auto bytes = ReadFile(PydicomFile(name));
-        if (!bytes.empty()) seeds.push_back(std::move(bytes));
-    }
-    std::mt19937 rng(20261122);
-    for (const auto& seed : seeds) {
-        for (size_t cut = 0; cut < seed.size(); cut += 97)
-            (void)ParseGuarded(
-                std::vector<unsigned char>(seed.begin(), seed.begin() + static_cast<long>(cut)));
-        for (int round = 0; round < 60; ++round) {
-            std::vector<unsigned char> b = seed;
-            for (int i = 1 + static_cast<int>(rng() % 8); i > 0; --i) {
-                unsigned char& at = b[rng() % b.size()];
-                const unsigned kind = rng() % 3;
-                at = kind == 0 ? static_cast<unsigned char>(rng()) : kind == 1 ? 0xFF : at ^ 0x80;
-            }
-            (void)ParseGuarded(b);
-        }
-    }
 }
 
 TEST(Hostile, InflationIsBounded) {

