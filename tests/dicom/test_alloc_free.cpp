@@ -1,9 +1,7 @@
 // GetDumpLen and Get allocate nothing: both are on the hot path of every service. The counter
 // sees every malloc of the process; it is inactive under sanitizers and valgrind, where these
 // tests skip.
-#include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_UI.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <string>

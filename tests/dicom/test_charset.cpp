@@ -2,10 +2,7 @@
 // GB18030 and UTF-8 text, and the rules that keep a message's character set right. The bytes
 // are the Patient's Name values of pydicom's charset files with the text pydicom decodes them
 // to, and samples whose text comes from Python's codecs.
-#include <Dicom/Dicom_LO.h>
-#include <Dicom/Dicom_PN.h>
-#include <Dicom/Dicom_SH.h>
-#include <Dicom/Dicom_UI.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <string>

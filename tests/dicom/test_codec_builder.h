@@ -2,7 +2,7 @@
 // encoding rules and independently of the layer's writer, and small helpers.
 #pragma once
 
-#include <Dicom/Dicom_TransferSyntax.h>
+#include <Dicom/Dicom.h>
 
 #include <cstdint>
 #include <cstring>

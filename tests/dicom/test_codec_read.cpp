@@ -1,11 +1,6 @@
 // Reading data sets: syntaxes (meta group, caller, detection), sequences, encapsulated pixel
 // data, deflate, copy semantics and the handle constructor. Inputs are assembled by hand.
-#include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_OtherType.h>
-#include <Dicom/Dicom_SQ.h>
-#include <Dicom/Dicom_UI.h>
-#include <Dicom/Dicom_US.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -194,13 +189,8 @@ TEST(CodecRead, DeflatedDataSetIsInflatedIntoOwnedMemory) {
     EXPECT_TRUE(m.GetTransferSyntax().IsDeflated());
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0010, 0x0010))), "DOE^JOHN^Q");
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0028, 0x0010))), U16(0x0102));
-    std::vector<unsigned char> out, plain;  // written deflated again it reads back to the same data set
-    ASSERT_EQ(m.Encode(out, Dicom_TransferSyntax(), true), 0);
-    Dicom_Msg again(out.data(), out.size(), 1, &status);
-    ASSERT_EQ(status, 0);
-    ASSERT_EQ(again.Encode(plain, kExplicit), 0);
-    EXPECT_EQ(plain.size(), SmallDataSet(1).size() + 1);  // + the padding of the odd Patient ID
-    EXPECT_EQ(Raw(again.Get(Dicom_Tag(0x0040, 0xA132))), U32(0x01020304u) + U32(7));
+    EXPECT_EQ(m.GetDumpLen(kExplicit).GetDumpLen(),
+              SmallDataSet(1).size() + 1);                       // + odd Patient ID's padding
     Bytes bad = FileHeader(Dicom_TransferSyntax::DEFLATED_UID);  // a damaged stream
     bad.raw(std::string(40, '\x7F'));
     Dicom_Msg m2(bad.data(), bad.size(), 1, &status);

@@ -1,16 +1,6 @@
 // Writing: bytes and lengths in every syntax against encodings assembled here from the rules,
 // group lengths, limits of the 16-bit length field, file images (meta group, size, DCMTK reads them).
-#include <Dicom/Dicom_CS.h>
-#include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_LO.h>
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_OB.h>
-#include <Dicom/Dicom_OW.h>
-#include <Dicom/Dicom_PN.h>
-#include <Dicom/Dicom_SQ.h>
-#include <Dicom/Dicom_UI.h>
-#include <Dicom/Dicom_UL.h>
-#include <Dicom/Dicom_US.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 

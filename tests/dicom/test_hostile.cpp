@@ -1,8 +1,7 @@
 // Hostile input: lying lengths, misplaced undefined lengths and delimiters, deep nesting,
 // truncation and inflation bombs (random damage is the fuzzers' job, fuzz/). Inputs end where an unreadable
 // page begins, so that any read past their end crashes the test.
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_SQ.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,8 +1,7 @@
 // The XML (Native DICOM Model) and JSON exports of a message, on a hand-made data set that has
 // one value of each form; the corpus-wide comparisons with DCMTK and pydicom are in
 // tests/conformance/model_compare.py.
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_UI.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <cstring>

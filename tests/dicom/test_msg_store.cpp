@@ -1,17 +1,7 @@
 // The element store of a message: emptiness, unlinking without copying, deep copies (copy,
 // assignment, Clone, trusted buffers), the services that change a message, and private data
 // (resolution through the creator's block, reservation on write, repeating groups).
-#include <Dicom/Dicom_CS.h>
-#include <Dicom/Dicom_Dictionary.h>
-#include <Dicom/Dicom_LO.h>
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_OB.h>
-#include <Dicom/Dicom_SH.h>
-#include <Dicom/Dicom_SQ.h>
-#include <Dicom/Dicom_TrustedBufferReader.h>
-#include <Dicom/Dicom_UI.h>
-#include <Dicom/Dicom_UL.h>
-#include <Dicom/Dicom_US.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>

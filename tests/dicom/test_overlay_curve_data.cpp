@@ -1,10 +1,7 @@
 // Overlay (60xx,3000) and curve data (50xx,3000) in every syntax: the VR inferred in implicit VR,
 // big-endian order (OW swapped as words, OB kept, whatever Data Value Representation says), odd
 // lengths; and the scaling of annotation items.
-#include <Dicom/Dicom_CS.h>
-#include <Dicom/Dicom_FL.h>
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_SQ.h>
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <string>

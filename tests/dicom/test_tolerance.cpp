@@ -1,9 +1,6 @@
 // Length irregularities that the reader repairs with a level-4 record (and strict mode refuses),
 // and the syntax a message reports when its meta group names one the data set contradicts.
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_SQ.h>
-#include <Dicom/Dicom_Sequence.h>
-#include <Dicom/Dicom_UI.h>
+#include <Dicom/Dicom.h>
 #include <KvlLog/Kvl_LogFile.h>
 #include <gtest/gtest.h>
 
@@ -29,16 +26,11 @@ struct LogCapture {
     ~LogCapture() { KvlGLog.RemoveSink(handle); }
 };
 
-Bytes Item(const std::string& code, const std::string& meaning) {
-    Bytes b;
-    b.ex(0x0008, 0x0100, "SH", code).ex(0x0008, 0x0104, "LO", meaning);
-    return b;
-}
-
 // (0008,1032) with two items whose lengths are the true ones plus itemDelta[i], the sequence
 // length the true one plus seqDelta; Patient Name after it unless `last`.
 Bytes DataSet(int delta0, int delta1, int seqDelta, bool last) {
-    const Bytes i1 = Item("CODE1 ", "first "), i2 = Item("CODE2 ", "second");
+    const Bytes i1 = Bytes().ex(0x0008, 0x0100, "SH", "CODE1 ").ex(0x0008, 0x0104, "LO", "first ");
+    const Bytes i2 = Bytes().ex(0x0008, 0x0100, "SH", "CODE2 ").ex(0x0008, 0x0104, "LO", "second");
     Bytes seq;
     seq.item(static_cast<uint32_t>(static_cast<int>(i1.size()) + delta0)).raw(i1.b);
     seq.item(static_cast<uint32_t>(static_cast<int>(i2.size()) + delta1)).raw(i2.b);
