@@ -1,6 +1,6 @@
 // Hostile input: lying lengths, misplaced undefined lengths and delimiters, deep nesting,
-// truncation and inflation bombs (random damage is the fuzzers' job, fuzz/). Inputs end where an unreadable
-// page begins, so that any read past their end crashes the test.
+// truncation and inflation bombs (random damage is the fuzzers' job). Inputs end where an
+// unreadable page begins, so that any read past their end crashes the test.
 #include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -16,29 +16,19 @@ using namespace testbytes;
 namespace {
 
 // Bytes that end exactly where an unreadable page begins.
-class Guarded {
-public:
-    explicit Guarded(const std::vector<unsigned char>& bytes) : m_size(bytes.size()) {
-        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        m_mapped = ((m_size + page - 1) / page + 1) * page;
-        void* p = mmap(nullptr, m_mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (p == MAP_FAILED) std::abort();
-        m_base = static_cast<unsigned char*>(p);
-        if (mprotect(m_base + m_mapped - page, page, PROT_NONE) != 0) std::abort();
-        m_data = m_base + m_mapped - page - m_size;
-        if (m_size) std::memcpy(m_data, bytes.data(), m_size);
+struct Guarded {
+    size_t mapped;
+    unsigned char *base, *data;
+    explicit Guarded(const std::vector<unsigned char>& bytes) {
+        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE)), n = bytes.size();
+        mapped = ((n + page - 1) / page + 1) * page;
+        void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        base = static_cast<unsigned char*>(p);
+        if (p == MAP_FAILED || mprotect(base + mapped - page, page, PROT_NONE) != 0) std::abort();
+        data = base + mapped - page - n;
+        if (n) std::memcpy(data, bytes.data(), n);
     }
-    ~Guarded() { munmap(m_base, m_mapped); }
-    Guarded(const Guarded&) = delete;
-    Guarded& operator=(const Guarded&) = delete;
-    unsigned char* data() { return m_data; }
-    size_t size() const { return m_size; }
-
-private:
-    unsigned char* m_base = nullptr;
-    unsigned char* m_data = nullptr;
-    size_t m_size;
-    size_t m_mapped = 0;
+    ~Guarded() { munmap(base, mapped); }
 };
 
 // Parses with copy 0 (values point into the guarded bytes) and uses the result.
@@ -46,7 +36,7 @@ int ParseGuarded(const std::vector<unsigned char>& bytes, int* elements = nullpt
                  const Dicom_TransferSyntax& ts = Dicom_TransferSyntax()) {
     Guarded g(bytes);
     int status = 7;
-    Dicom_Msg m(g.data(), g.size(), 0, ts, &status);
+    Dicom_Msg m(g.data, bytes.size(), 0, ts, &status);
     if (elements) *elements = m.GetNElements();
     // Whatever was read is a complete message: measure it, write it, copy it.
     std::vector<unsigned char> out;
