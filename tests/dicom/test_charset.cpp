@@ -7,6 +7,7 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "Dicom_Charset.h"
@@ -124,38 +125,29 @@ TEST(CharsetDecoding, DelimitersInsideMultiByteCharactersAreData) {
 }
 
 TEST(CharsetDecoding, BadBytesBecomeReplacementCharacters) {
-    const struct {
-        const char* charset;
-        std::string bytes;
-        const char* text;
-        bool ok;
-    } cases[] = {
+    const std::tuple<const char*, std::string, const char*, bool> cases[] = {
+        // set, bytes, text, clean
         {"ISO_IR 192", "a\xff\x62", "a\xEF\xBF\xBD\x62", false},
         {"\\ISO 2022 IR 87", "\x1b$B;", "\xEF\xBF\xBD", false},  // half a character
         {"\\ISO 2022 IR 87", "x\x1b", "x\xEF\xBF\xBD", false},   // truncated escape
         {"", "J\xe9", "Jé", true},  // the default repertoire shows stray high bytes as ISO 8859-1
     };
-    for (const auto& c : cases) {
+    for (const auto& [charset, bytes, text, clean] : cases) {
         std::string out;
-        EXPECT_EQ(Dicom_Charset::ToUTF8(Index(c.charset), c.bytes.data(), c.bytes.size(), out), c.ok)
-            << c.text;
-        EXPECT_EQ(out, c.text);
+        EXPECT_EQ(Dicom_Charset::ToUTF8(Index(charset), bytes.data(), bytes.size(), out), clean) << text;
+        EXPECT_EQ(out, text);
     }
 }
 
 TEST(CharsetRules, DecideCanEncodeAndTranscode) {
     const unsigned short latin1 = Index("ISO_IR 100"), utf8 = Dicom_Charset::UTF8Index();
-    const struct {
-        unsigned short current;
-        const char* text;
-        unsigned short decided;
-    } decide[] = {{latin1, "Smith", latin1},
-                  {0, "Smith", 0},
-                  {latin1, "Jérôme", latin1},
-                  {latin1, "山田", utf8},
-                  {0, "Jérôme", utf8}};
-    for (const auto& d : decide)
-        EXPECT_EQ(Dicom_Charset::Decide(d.current, d.text, std::strlen(d.text)), d.decided);
+    const std::tuple<unsigned short, const char*, unsigned short> decide[] = {{latin1, "Smith", latin1},
+                                                                              {0, "Smith", 0},
+                                                                              {latin1, "Jérôme", latin1},
+                                                                              {latin1, "山田", utf8},
+                                                                              {0, "Jérôme", utf8}};
+    for (const auto& [current, text, decided] : decide)
+        EXPECT_EQ(Dicom_Charset::Decide(current, text, std::strlen(text)), decided) << text;
 
     int status = 99;  // a value given in Unicode holds UTF-8 until a message re-encodes it
     Dicom_PN name(L"Buc^Jérôme", &status);

@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -27,24 +28,19 @@ const Dicom_Tag g_kovelIsMgAtStaticInit = Dicom_Dictionary::KOVEL_IS_MG;
 const unsigned short g_kovelIndexAtStaticInit = ImplementorIDVector::Index("KOVEL", 5);
 
 TEST(TagRepeatingGroup, IndexSelectsTheGroupOfItsFamily) {
-    const struct {
-        uint32_t tag;
-        int index;
-        unsigned group;
-    } cases[] = {
-        {0x50000010, 0, 0x5000},
-        {0x50000010, 15, 0x501E},
-        {0x60000010, 64, 0x6080},
-        {0x60000010, 127, 0x60FE},
-        {0x60FE3000, 2, 0x6004},
-        {0x60010010, 5, 0x600B},  // creator moves too
-        {D::KOVEL_CURVE_COLOR.GetTag(), 0, 0x5001},
-        {D::KOVEL_CURVE_COLOR.GetTag(), 127, 0x50FF},
-    };
-    for (const auto& c : cases) {
-        const Dicom_Tag t = Dicom_Tag(c.tag).SetRepeatingGroup(c.index);
-        EXPECT_EQ(t.GetGroup(), c.group) << std::hex << c.tag << " " << std::dec << c.index;
-        EXPECT_EQ(t.GetElement(), Dicom_Tag(c.tag).GetElement());
+    // (tag, index, group): from any group of the family; a private creator moves with its data.
+    const std::tuple<uint32_t, int, unsigned> cases[] = {{0x50000010, 0, 0x5000},
+                                                         {0x50000010, 15, 0x501E},
+                                                         {0x60000010, 64, 0x6080},
+                                                         {0x60000010, 127, 0x60FE},
+                                                         {0x60FE3000, 2, 0x6004},
+                                                         {0x60010010, 5, 0x600B},
+                                                         {D::KOVEL_CURVE_COLOR.GetTag(), 0, 0x5001},
+                                                         {D::KOVEL_CURVE_COLOR.GetTag(), 127, 0x50FF}};
+    for (const auto& [tag, index, group] : cases) {
+        const Dicom_Tag t = Dicom_Tag(tag).SetRepeatingGroup(index);
+        EXPECT_EQ(t.GetGroup(), group) << std::hex << tag << " " << std::dec << index;
+        EXPECT_EQ(t.GetElement(), Dicom_Tag(tag).GetElement());
     }
     Dicom_Tag text = D::QUORVEX1_TEXT_OVERLAY_STRING;
     EXPECT_EQ(text.SetRepeatingGroup(3).GetImplementorID(),
@@ -74,32 +70,25 @@ TEST(TagIdentity, UnresolveEqualityAndText) {
 }
 
 TEST(DictionaryLookup, GroupLengthsCreatorsAndUnknownTags) {
-    const struct {
-        uint32_t tag;
-        Dicom_VR vr;
-    } cases[] = {
+    // Odd groups of the repeating families are private: (6003,3000) is unknown without a creator.
+    const std::pair<uint32_t, Dicom_VR> cases[] = {
         {0x00080000, Dicom_VR::UL},   {0x00290000, Dicom_VR::UL},   {0x60020000, Dicom_VR::UL},
         {0x00090010, Dicom_VR::LO},   {0x002900FF, Dicom_VR::LO},   {0x60030011, Dicom_VR::LO},
         {0x00291010, Dicom_VR::NONE}, {0x00290005, Dicom_VR::NONE}, {0x0029FFFF, Dicom_VR::NONE},
-        {0x60033000, Dicom_VR::NONE},  // odd groups of the family are private
-        {0x00080003, Dicom_VR::NONE}, {0xFFFEE000, Dicom_VR::NONE},
-    };
-    for (const auto& c : cases) {
-        const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(c.tag));
-        EXPECT_EQ(D::FindVR(Dicom_Tag(c.tag)), c.vr) << std::hex << c.tag;
-        EXPECT_EQ(e ? e->vr : Dicom_VR::NONE, c.vr) << std::hex << c.tag;
+        {0x60033000, Dicom_VR::NONE}, {0x00080003, Dicom_VR::NONE}, {0xFFFEE000, Dicom_VR::NONE}};
+    for (const auto& [tag, vr] : cases) {
+        const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(tag));
+        EXPECT_EQ(D::FindVR(Dicom_Tag(tag)), vr) << std::hex << tag;
+        EXPECT_EQ(e ? e->vr : Dicom_VR::NONE, vr) << std::hex << tag;
     }
-    const struct {
-        uint32_t tag;
-        Dicom_VR first, second;
-    } ambiguous[] = {{0x00280106, Dicom_VR::US, Dicom_VR::SS},
-                     {0x7FE00010, Dicom_VR::OW, Dicom_VR::OB},
-                     {0x60043000, Dicom_VR::OW, Dicom_VR::OB},
-                     {0x00283006, Dicom_VR::OW, Dicom_VR::US}};
-    for (const auto& c : ambiguous) {
-        const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(c.tag));
-        ASSERT_NE(e, nullptr) << std::hex << c.tag;
-        EXPECT_TRUE(e->IsAmbiguous() && e->vr == c.first && e->vr2 == c.second) << e->keyword;
+    const std::tuple<uint32_t, Dicom_VR, Dicom_VR> ambiguous[] = {{0x00280106, Dicom_VR::US, Dicom_VR::SS},
+                                                                  {0x7FE00010, Dicom_VR::OW, Dicom_VR::OB},
+                                                                  {0x60043000, Dicom_VR::OW, Dicom_VR::OB},
+                                                                  {0x00283006, Dicom_VR::OW, Dicom_VR::US}};
+    for (const auto& [tag, first, second] : ambiguous) {
+        const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(tag));
+        ASSERT_NE(e, nullptr) << std::hex << tag;
+        EXPECT_TRUE(e->IsAmbiguous() && e->vr == first && e->vr2 == second) << e->keyword;
     }
 }
 
