@@ -54,8 +54,7 @@ TEST(CodecRead, NativeSyntaxesAreDetectedAndValuesComeOutInHostOrder) {
 }
 
 TEST(CodecRead, SyntaxComesFromMetaGroupThenCallerThenDetection) {
-    // The meta group names implicit VR: the caller's explicit syntax does not override it, with or
-    // without preamble; the meta group is kept among the elements but not written with the data set.
+    // The meta group (with or without preamble) wins over the caller; it is held but not written.
     Bytes f = FileHeader(Dicom_TransferSyntax::IMPLICIT_LITTLE_UID);
     f.raw(SmallDataSet(0).b);
     for (size_t skip : {0, 132}) {
@@ -65,8 +64,7 @@ TEST(CodecRead, SyntaxComesFromMetaGroupThenCallerThenDetection) {
         EXPECT_EQ(m.GetTransferSyntax().GetKind(), Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN);
         EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0028, 0x0010))), U16(0x0102));
         EXPECT_NE(m.Get(Dicom_Tag(0x0002, 0x0010)), nullptr);
-        EXPECT_EQ(m.GetDumpLen(kImplicit).GetDumpLen(),
-                  SmallDataSet(0).size() + 1);  // + the padding of the odd Patient ID
+        EXPECT_EQ(m.GetDumpLen(kImplicit).GetDumpLen(), SmallDataSet(0).size() + 1);  // + padding
     }
     Bytes be = SmallDataSet(2);  // a bare data set in a syntax given by UID
     int status;
@@ -191,9 +189,8 @@ TEST(CodecRead, DeflatedDataSetIsInflatedIntoOwnedMemory) {
     EXPECT_TRUE(m.GetTransferSyntax().IsDeflated());
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0010, 0x0010))), "DOE^JOHN^Q");
     EXPECT_EQ(Raw(m.Get(Dicom_Tag(0x0028, 0x0010))), U16(0x0102));
-    EXPECT_EQ(m.GetDumpLen(kExplicit).GetDumpLen(),
-              SmallDataSet(1).size() + 1);                       // + odd Patient ID's padding
-    Bytes bad = FileHeader(Dicom_TransferSyntax::DEFLATED_UID);  // a damaged stream
+    EXPECT_EQ(m.GetDumpLen(kExplicit).GetDumpLen(), SmallDataSet(1).size() + 1);  // + padding
+    Bytes bad = FileHeader(Dicom_TransferSyntax::DEFLATED_UID);                   // a damaged stream
     bad.raw(std::string(40, '\x7F'));
     Dicom_Msg m2(bad.data(), bad.size(), 1, &status);
     EXPECT_EQ(status, -1);
