@@ -12,10 +12,7 @@
 
 TEST(AllocFree, GetDumpLenAndGetOfParsedMessagesAllocateNothing) {
     if (!AllocCounterWorks()) GTEST_SKIP() << "allocation counter inactive (sanitizer or valgrind)";
-    const Dicom_TransferSyntax syntaxes[] = {
-        Dicom_TransferSyntax(Dicom_TransferSyntax::IMPLICIT_LITTLE_ENDIAN),
-        Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN),
-        Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_BIG_ENDIAN)};
+    const Dicom_TransferSyntax syntaxes[] = {testbytes::kImplicit, testbytes::kExplicit, testbytes::kBig};
     const Dicom_UI uids[] = {Dicom_UI(Dicom_TransferSyntax::IMPLICIT_LITTLE_UID),
                              Dicom_UI(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID),
                              Dicom_UI(Dicom_TransferSyntax::EXPLICIT_BIG_UID)};

@@ -249,27 +249,20 @@ TEST(CodecRead, StopBeforePixelDataAndStrictMode) {
 
 // Implicit VR: the VR comes from rules and the dictionary; each rule at the edges of its range.
 TEST(CodecRead, ImplicitVRFollowsTheRulesAtTheirEdges) {
-    struct Case {
-        unsigned group, element;
-        Dicom_VR vr;
-    } cases[] = {
-        {0x0008, 0x0000, Dicom_VR::UL},  // group length
-        {0x0009, 0x000F, Dicom_VR::UN},  // below the private creators
-        {0x0009, 0x0010, Dicom_VR::LO},  // first private creator
-        {0x0009, 0x00FF, Dicom_VR::LO},  // last private creator
-        {0x0009, 0x0100, Dicom_VR::UN},  // private data of a block without a creator
-        {0x0028, 0x0010, Dicom_VR::US},  // from the dictionary
-        {0x5000, 0x3000, Dicom_VR::OB},  // curve data
-        {0x6000, 0x3000, Dicom_VR::OW},  // overlay data
-    };
+    // Group length; below, at the first and at the last private creator; private data of a block
+    // without a creator; from the dictionary; curve data; overlay data.
+    const std::pair<uint32_t, Dicom_VR> cases[] = {{0x00080000, Dicom_VR::UL}, {0x0009000F, Dicom_VR::UN},
+                                                   {0x00090010, Dicom_VR::LO}, {0x000900FF, Dicom_VR::LO},
+                                                   {0x00090100, Dicom_VR::UN}, {0x00280010, Dicom_VR::US},
+                                                   {0x50003000, Dicom_VR::OB}, {0x60003000, Dicom_VR::OW}};
     Bytes b;
-    for (const Case& c : cases) b.im(c.group, c.element, "ABCD");
+    for (const auto& [tag, vr] : cases) b.im(tag >> 16, tag & 0xFFFF, "ABCD");
     int status;
     Dicom_Msg m(b.data(), b.size(), 1, kImplicit, &status);
     ASSERT_EQ(status, 0);
-    for (const Case& c : cases) {
-        const Dicom_ME* me = m.Find(Dicom_Tag(uint16_t(c.group), uint16_t(c.element)), false);
-        ASSERT_NE(me, nullptr) << std::hex << c.group << "," << c.element;
-        EXPECT_EQ(me->GetVR(), c.vr) << std::hex << c.group << "," << c.element;
+    for (const auto& [tag, vr] : cases) {
+        const Dicom_ME* me = m.Find(Dicom_Tag(tag), false);
+        ASSERT_NE(me, nullptr) << std::hex << tag;
+        EXPECT_EQ(me->GetVR(), vr) << std::hex << tag;
     }
 }

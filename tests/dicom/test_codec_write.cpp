@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <tuple>
 
 #include "test_codec_builder.h"
 
@@ -75,12 +76,9 @@ TEST(CodecWrite, BytesMatchAHandAssembledEncoding) {
 // (independently of the layer's VR table): the length field form, the padding byte of an odd
 // value and the unit in which big endian reverses the bytes; and read back from those bytes.
 TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
-    struct Case {
-        const char* vr;
-        bool longLength;  // reserved 2 bytes and a 32-bit length in explicit VR
-        char pad;         // padding of an odd value (text and byte VRs)
-        int unit;         // bytes reversed together in big endian (0: text, 1: bytes)
-    } cases[] = {
+    // VR, long length form (2 reserved bytes and 32 bits in explicit VR), padding byte of an odd
+    // value, bytes reversed together in big endian (0: text, 1: bytes).
+    const std::tuple<const char*, bool, char, int> cases[] = {
         {"AE", false, ' ', 0}, {"AS", false, ' ', 0}, {"AT", false, 0, 2},    {"CS", false, ' ', 0},
         {"DA", false, ' ', 0}, {"DS", false, ' ', 0}, {"DT", false, ' ', 0},  {"FD", false, 0, 8},
         {"FL", false, 0, 4},   {"IS", false, ' ', 0}, {"LO", false, ' ', 0},  {"LT", false, ' ', 0},
@@ -91,25 +89,25 @@ TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
         {"UN", true, '\0', 1}, {"UR", true, ' ', 0},  {"US", false, 0, 2},    {"UT", true, ' ', 0},
         {"UV", true, 0, 8},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.vr);
-        const std::string value = c.unit > 1    ? "\1\2\3\4\5\6\7\x08"
-                                  : c.unit == 1 ? "\1\2\3"
-                                                : "1.2";  // host order
-        std::unique_ptr<Dicom_Type> v(Dicom_CreateValue(Dicom_VRFromName(c.vr)));
+    for (const auto& [vr, longLength, pad, unit] : cases) {
+        SCOPED_TRACE(vr);
+        const std::string value = unit > 1    ? "\1\2\3\4\5\6\7\x08"
+                                  : unit == 1 ? "\1\2\3"
+                                              : "1.2";  // host order
+        std::unique_ptr<Dicom_Type> v(Dicom_CreateValue(Dicom_VRFromName(vr)));
         ASSERT_EQ(v->SetRaw(value.data(), static_cast<uint32_t>(value.size())), 0);
         Dicom_Msg m;
         ASSERT_EQ(m.Set(Dicom_Tag(0x0011, 0x1010), v.get()), 0);
         for (const Dicom_TransferSyntax* ts : {&kImplicit, &kExplicit, &kBig}) {
             SCOPED_TRACE(ts->GetUID());
-            std::string bytes = value + std::string(value.size() % 2, c.pad);
-            for (size_t k = 0; ts->IsBigEndian() && c.unit > 1 && k < bytes.size(); k += c.unit)
-                std::reverse(bytes.begin() + k, bytes.begin() + k + c.unit);
+            std::string bytes = value + std::string(value.size() % 2, pad);
+            for (size_t k = 0; ts->IsBigEndian() && unit > 1 && k < bytes.size(); k += unit)
+                std::reverse(bytes.begin() + k, bytes.begin() + k + unit);
             Bytes e;
             e.big = ts->IsBigEndian();
             const uint32_t n = static_cast<uint32_t>(bytes.size());
             e.tag(0x0011, 0x1010);
-            !ts->IsExplicitVR() ? e.u32(n) : c.longLength ? e.raw(c.vr).u16(0).u32(n) : e.raw(c.vr).u16(n);
+            !ts->IsExplicitVR() ? e.u32(n) : longLength ? e.raw(vr).u16(0).u32(n) : e.raw(vr).u16(n);
             e.raw(bytes);
             std::vector<unsigned char> out;
             ASSERT_EQ(m.Encode(out, *ts), 0);
@@ -119,7 +117,7 @@ TEST(CodecWrite, EveryVRHasItsLengthFormPaddingAndSwapUnit) {
             Dicom_Msg back(e.data(), e.size(), 1, *ts, &status);
             const Dicom_Type* read = back.Get(Dicom_Tag(0x0011, 0x1010));
             ASSERT_TRUE(status == 0 && read);
-            EXPECT_TRUE(!ts->IsExplicitVR() || read->GetVR() == Dicom_VRFromName(c.vr));
+            EXPECT_TRUE(!ts->IsExplicitVR() || read->GetVR() == Dicom_VRFromName(vr));
             EXPECT_EQ(Raw(read).substr(0, value.size()), value);
         }
     }
@@ -193,12 +191,11 @@ TEST(CodecWrite, FileImageCarriesACorrectMetaGroupAndDcmtkReadsIt) {
         ASSERT_EQ(status, 0);
         EXPECT_EQ(back.GetTransferSyntax(), *ts);
         auto text = [&](unsigned short e) { return Raw(back.Get(Dicom_Tag(0x0002, e))); };
-        std::string tsText = ts->GetUID();
-        if (tsText.size() & 1) tsText.push_back('\0');
+        const std::string uid = ts->GetUID();
         EXPECT_EQ(text(0x0001), std::string("\0\1", 2));
         EXPECT_EQ(text(0x0002), std::string("1.2.840.10008.5.1.4.1.1.7\0", 26));
         EXPECT_EQ(text(0x0003), "1.2.3.4.5.6.7.8.9.77");
-        EXPECT_EQ(text(0x0010), tsText);
+        EXPECT_EQ(text(0x0010), uid + std::string(uid.size() & 1, '\0'));
         EXPECT_EQ(text(0x0016), "STATION1");
         EXPECT_NE(text(0x0012), "<absent>");
         if (!dcmdump) continue;

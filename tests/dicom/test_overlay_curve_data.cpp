@@ -5,13 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "test_codec_builder.h"
 
 using namespace testbytes;
-
 using namespace std::string_literals;
 
 namespace {
@@ -24,18 +22,12 @@ struct DataCase {
     std::string host;  // value bytes as the layer keeps them (OW in host order)
 };
 
-std::string Floats(std::initializer_list<float> v) {
-    std::string s;
-    for (float f : v) s += F32(f);
-    return s;
-}
-
 const DataCase kCases[] = {
     {"overlay OW", 0x6000, -1, "OW", "\x01\x02\x03\x04\x05\x06"s},
     {"overlay OB, odd", 0x6002, -1, "OB", "\x11\x12\x13\x14\x15"s},
     {"overlay OW, odd, index 127", 0x60FE, -1, "OW", "\x21\x22\x23"s},
     {"curve US in OW", 0x5000, 0, "OW", "\x34\x12\xFF\x00"s},
-    {"curve FL in OB (points not swapped)", 0x5004, 2, "OB", Floats({1.5f, -2.25f})},
+    {"curve FL in OB (points not swapped)", 0x5004, 2, "OB", F32(1.5f) + F32(-2.25f)},
     {"curve SL in OW, odd", 0x5008, 4, "OW", "\x01\x00\x00\x80\x7F"s},
     {"curve without DVR in OB", 0x500E, -1, "OB", "\x01\x02\x03\x04"s},
 };

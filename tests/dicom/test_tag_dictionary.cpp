@@ -159,11 +159,7 @@ TEST(DictionaryByName, EveryEntryIsFoundByKeywordAndUpperName) {
 }
 
 TEST(DictionaryConstructTag, NamesHexTextAndPrivateCreators) {
-    const struct {
-        const char* text;
-        const char* creator;
-        Dicom_Tag tag;
-    } cases[] = {
+    const std::tuple<const char*, const char*, Dicom_Tag> cases[] = {
         {"PatientName", nullptr, Dicom_Tag(0x00100010u)},
         {" PATIENT_ORIENTATION ", nullptr, D::PATIENT_ORIENTATION},
         {"KOVEL_PATIENT_ORIENTATION", nullptr, D::KOVEL_PATIENT_ORIENTATION},
@@ -174,11 +170,11 @@ TEST(DictionaryConstructTag, NamesHexTextAndPrivateCreators) {
         {"0029,39", "KOVEL", D::KOVEL_IS_MG},
         {"(0019,1042)", "TEST VENDOR CT ",
          Dicom_Tag(0x0019, 0x0042, ImplementorIDVector::Index("TEST VENDOR CT", 14))},
-        {"0028,10", "TEST VENDOR CT", Dicom_Tag::ILLEGAL_TAG},  // even group
+        {"0028,10", "TEST VENDOR CT", Dicom_Tag::ILLEGAL_TAG},
         {"PatientName", "TEST VENDOR CT", Dicom_Tag::ILLEGAL_TAG},
-        {nullptr, nullptr, Dicom_Tag::ILLEGAL_TAG},
-    };
-    for (const auto& c : cases) EXPECT_EQ(Dicom_Tag::Construct_Tag(c.text, c.creator), c.tag) << c.text;
+        {nullptr, nullptr, Dicom_Tag::ILLEGAL_TAG}};
+    for (const auto& [text, creator, tag] : cases)
+        EXPECT_EQ(Dicom_Tag::Construct_Tag(text, creator), tag) << text;
     for (const char* bad : {"", "Rows2", "0028,001", "(0028,0010", "0028,00G0", "0028;0010", "280010"})
         EXPECT_EQ(Dicom_Tag::Construct_Tag(bad, nullptr), Dicom_Tag::ILLEGAL_TAG) << bad;
 }
