@@ -56,7 +56,7 @@ struct Bytes {
     unsigned char* data() { return b.data(); }
 };
 
-// Numbers as bytes in the given order.
+// Numbers as bytes in the given order; a float as the host holds it.
 inline std::string U16(unsigned v, bool big = false) {
     const char lo = static_cast<char>(v & 0xFF), hi = static_cast<char>(v >> 8);
     return big ? std::string{hi, lo} : std::string{lo, hi};
@@ -64,11 +64,7 @@ inline std::string U16(unsigned v, bool big = false) {
 inline std::string U32(uint32_t v, bool big = false) {
     return big ? U16(v >> 16, true) + U16(v & 0xFFFF, true) : U16(v & 0xFFFF) + U16(v >> 16);
 }
-inline std::string F32(float f) {
-    std::string s(4, '\0');
-    std::memcpy(s.data(), &f, 4);
-    return s;
-}
+inline std::string F32(float f) { return std::string(reinterpret_cast<const char*>(&f), 4); }
 
 // Preamble, "DICM" and a meta group naming `syntax` (explicit VR little endian).
 inline Bytes FileHeader(const std::string& syntax) {

@@ -135,8 +135,7 @@ TEST(Hostile, InflationIsBounded) {
     ASSERT_TRUE(Dicom_Codec::Deflate(zeros.data(), zeros.size(), z));
     unsigned char* out = nullptr;
     size_t outLength = 0;
-    EXPECT_FALSE(Dicom_Codec::Inflate(z.data(), z.size(), 1u << 20, &out, &outLength));
-    EXPECT_EQ(out, nullptr);
+    EXPECT_FALSE(Dicom_Codec::Inflate(z.data(), z.size(), 1u << 20, &out, &outLength) || out);
     EXPECT_FALSE(Dicom_Codec::Inflate(z.data(), z.size() / 2, 8u << 20, &out, &outLength));  // truncated
     ASSERT_TRUE(Dicom_Codec::Inflate(z.data(), z.size(), 4u << 20, &out, &outLength));
     EXPECT_EQ(outLength, zeros.size());

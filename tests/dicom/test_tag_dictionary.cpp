@@ -101,15 +101,10 @@ TEST(DictionaryLookup, AgreesWithTheDataDictionaryFile) {
     size_t checked = 0;
     while (std::getline(in, line)) {
         if (line.empty() || line[0] == '#') continue;
-        std::vector<std::string> f;
-        std::stringstream ss(line);
-        for (std::string x; std::getline(ss, x, '\t');)
-            if (!x.empty()) f.push_back(x);
-        ASSERT_GE(f.size(), 5u) << line;
-        if (f[4].rfind("DICOM", 0) != 0) continue;
-        std::string keyword = f[2];
+        std::string tag, vr, keyword, vm, version;  // tag: (gggg,eeee), (gggg-gggg,eeee) or (gggg,eeee-eeee)
+        ASSERT_TRUE(std::istringstream(line) >> tag >> vr >> keyword >> vm >> version) << line;
+        if (version.rfind("DICOM", 0) != 0) continue;
         if (keyword.rfind("RETIRED_", 0) == 0) keyword = keyword.substr(8);
-        const std::string& tag = f[0];  // (gggg,eeee) or (gggg-gggg,eeee) or (gggg,eeee-eeee)
         const unsigned group = std::stoul(tag.substr(1, 4), nullptr, 16);
         const size_t comma = tag.find(',');
         const unsigned element = std::stoul(tag.substr(comma + 1, 4), nullptr, 16);
@@ -125,19 +120,18 @@ TEST(DictionaryLookup, AgreesWithTheDataDictionaryFile) {
             ASSERT_NE(e, nullptr) << line;
             EXPECT_EQ(e->keyword.c_str(), keyword) << line;
             EXPECT_EQ(D::FindVR(Dicom_Tag(t)), e->vr) << line;
-            const bool vrAgrees = f[1] == "na"   ? e->vr == Dicom_VR::NONE
-                                  : f[1] == "up" ? e->vr == Dicom_VR::UL
-                                  : std::islower(static_cast<unsigned char>(f[1][0]))  // xs, ox, px, lt
+            const bool vrAgrees = vr == "na"   ? e->vr == Dicom_VR::NONE
+                                  : vr == "up" ? e->vr == Dicom_VR::UL
+                                  : std::islower(static_cast<unsigned char>(vr[0]))  // xs, ox, px, lt
                                       ? e->IsAmbiguous()
-                                      : Dicom_VRFromName(f[1].c_str()) == e->vr && !e->IsAmbiguous();
+                                      : Dicom_VRFromName(vr.c_str()) == e->vr && !e->IsAmbiguous();
             EXPECT_TRUE(vrAgrees) << line;
-            EXPECT_EQ(e->retired, f[4] == "DICOM/retired") << line;
+            EXPECT_EQ(e->retired, version == "DICOM/retired") << line;
             ++checked;
         }
-        for (unsigned t : outside) {
-            const Dicom_DictEntry* e = D::Lookup(Dicom_Tag(t));
-            EXPECT_TRUE(e == nullptr || e->keyword.c_str() != keyword) << line;
-        }
+        for (unsigned t : outside)
+            EXPECT_TRUE(!D::Lookup(Dicom_Tag(t)) || D::Lookup(Dicom_Tag(t))->keyword.c_str() != keyword)
+                << line;
     }
     EXPECT_GT(checked, 4900u);
 }

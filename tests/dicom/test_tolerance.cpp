@@ -17,12 +17,9 @@ namespace {
 // Collects the level-4 records of the DICOM layer while it lives.
 struct LogCapture {
     std::vector<std::string> texts;
-    int handle;
-    LogCapture() {
-        handle = KvlGLog.AddSink([this](const Kvl_LogRecord& r) {
-            if (r.level == 4 && r.category == 20) texts.push_back(r.text);
-        });
-    }
+    const int handle = KvlGLog.AddSink([this](const Kvl_LogRecord& r) {
+        if (r.level == 4 && r.category == 20) texts.push_back(r.text);
+    });
     ~LogCapture() { KvlGLog.RemoveSink(handle); }
 };
 
@@ -120,7 +117,6 @@ TEST(Tolerance, ContradictedMetaGroupReportsTheSyntaxRead) {
     ASSERT_EQ(status, 0);
     EXPECT_EQ(again.GetTransferSyntax().GetUID(), "1.2.840.10008.1.2.4.50");
     EXPECT_FALSE(again.GetNamedTransferSyntax().IsSpecified());
-    EXPECT_EQ(again.GetNElements(), msg.GetNElements());
 }
 
 }  // namespace

@@ -69,8 +69,7 @@ TEST(ValueValidation, InvalidTextIsKeptAndTheIntIsACopyFlag) {
 
 TEST(ValueEquality, NullConstantsPaddingAndValueByValue) {
     EXPECT_TRUE(CS_NULL.IsEmpty() && CS_NULL.GetVM() == 0);
-    EXPECT_TRUE(Dicom_AT() == At_NULL);
-    EXPECT_TRUE(Dicom_SQ(SQ_NULL) == SQ_NULL);
+    EXPECT_TRUE(Dicom_AT() == At_NULL && Dicom_SQ(SQ_NULL) == SQ_NULL);
     EXPECT_FALSE(Dicom_US(0) == US_NULL);                    // zero is a value, not an absence
     EXPECT_TRUE(Dicom_UI(std::string("\0", 1)) == UI_NULL);  // padding alone is no value
     EXPECT_TRUE(Dicom_LO("  ", nullptr) == LO_NULL);
