@@ -136,7 +136,7 @@ TEST(MsgStore, DeepCopiesAreIndependentAndEqual) {
     EXPECT_EQ(copied.Find(Dicom_Dictionary::PIXEL_DATA), pixel);
 }
 
-TEST(MsgStore, TrustedBuffersRoundTripInBothByteOrdersAndRejectDamage) {
+TEST(MsgStore, TrustedBuffersRoundTripInBothByteOrdersAndRejectTruncation) {
     std::vector<unsigned char> file = RichFile();
     int status;
     Dicom_Msg original(file.data(), file.size(), 1, &status);
