@@ -1,8 +1,6 @@
 // The XML (Native DICOM Model) and JSON exports of a message, on a hand-made data set that has
-// one value of each form; the corpus-wide comparisons with DCMTK and pydicom are in
-// tests/conformance/model_compare.py.
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_UI.h>
+// one value of each form.
+#include <Dicom/Dicom.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -11,16 +9,13 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
-using testbytes::U16;
-using testbytes::U32;
+using namespace testbytes;
 
 namespace {
 
-Dicom_Msg* Sample(Bytes& b) {
-    double fd = 0.5;
-    std::string fdBytes(8, '\0');
-    std::memcpy(fdBytes.data(), &fd, 8);
+std::unique_ptr<Dicom_Msg> Sample() {
+    const double fd = 0.5;
+    Bytes b, item = Bytes().ex(0x0008, 0x0100, "SH", "C1");
     b.ex(0x0008, 0x0008, "CS", "A\\\\B ");         // an empty value in the middle
     b.ex(0x0008, 0x0090, "PN", "^^^^");            // delimiters only: no value
     b.ex(0x0010, 0x0010, "PN", "Doe^John=D^J\r");  // two groups (and a stray CR)
@@ -31,22 +26,18 @@ Dicom_Msg* Sample(Bytes& b) {
     b.ex(0x0028, 0x0010, "US", U16(512) + U16(1));
     b.ex(0x0029, 0x0010, "LO", "ACME ");
     b.ex(0x0029, 0x1001, "OB", std::string("\x01\x02\x03\x04", 4));
-    b.ex(0x0040, 0x9212, "FD", fdBytes);
-    Bytes item;
-    item.ex(0x0008, 0x0100, "SH", "C1");
+    b.ex(0x0040, 0x9212, "FD", std::string(reinterpret_cast<const char*>(&fd), 8));
     b.exh(0x0040, 0x0275, "SQ", static_cast<uint32_t>(item.size() + 8))
         .item(static_cast<uint32_t>(item.size()))
         .raw(item.b);
     int status = 0;
-    auto* msg = new Dicom_Msg(b.data(), b.size(), 1, Dicom_UI(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID),
-                              &status, Dicom_SwapInfo::FROM_MEMORY, false, false);
+    auto msg = std::make_unique<Dicom_Msg>(b.data(), b.size(), 1, kExplicit, &status);
     EXPECT_EQ(status, 0);
     return msg;
 }
 
 TEST(Models, Json) {
-    Bytes b;
-    std::unique_ptr<Dicom_Msg> msg(Sample(b));
+    const std::unique_ptr<Dicom_Msg> msg = Sample();
     std::string json;
     ASSERT_EQ(msg->DumpToJson(&json), 0);
     EXPECT_EQ(
@@ -72,8 +63,7 @@ TEST(Models, Json) {
 }
 
 TEST(Models, Xml) {
-    Bytes b;
-    std::unique_ptr<Dicom_Msg> msg(Sample(b));
+    const std::unique_ptr<Dicom_Msg> msg = Sample();
     std::string xml;
     ASSERT_EQ(msg->DumpToXml(DICOM_XML_PRINT_VALUES, &xml), 0);
     const char* expected[] = {

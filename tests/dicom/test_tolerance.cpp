@@ -1,9 +1,6 @@
-// Length irregularities that the reader repairs (and strict mode refuses), and the syntax a
-// message reports when its meta group names one that the data set contradicts.
-#include <Dicom/Dicom_Msg.h>
-#include <Dicom/Dicom_SQ.h>
-#include <Dicom/Dicom_Sequence.h>
-#include <Dicom/Dicom_UI.h>
+// Length irregularities that the reader repairs with a level-4 record (and strict mode refuses),
+// and the syntax a message reports when its meta group names one the data set contradicts.
+#include <Dicom/Dicom.h>
 #include <KvlLog/Kvl_LogFile.h>
 #include <gtest/gtest.h>
 
@@ -13,32 +10,24 @@
 
 #include "test_codec_builder.h"
 
-using testbytes::Bytes;
+using namespace testbytes;
 
 namespace {
 
 // Collects the level-4 records of the DICOM layer while it lives.
 struct LogCapture {
     std::vector<std::string> texts;
-    int handle;
-    LogCapture() {
-        handle = KvlGLog.AddSink([this](const Kvl_LogRecord& r) {
-            if (r.level == 4 && r.category == 20) texts.push_back(r.text);
-        });
-    }
+    const int handle = KvlGLog.AddSink([this](const Kvl_LogRecord& r) {
+        if (r.level == 4 && r.category == 20) texts.push_back(r.text);
+    });
     ~LogCapture() { KvlGLog.RemoveSink(handle); }
 };
-
-Bytes Item(const std::string& code, const std::string& meaning) {
-    Bytes b;
-    b.ex(0x0008, 0x0100, "SH", code).ex(0x0008, 0x0104, "LO", meaning);
-    return b;
-}
 
 // (0008,1032) with two items whose lengths are the true ones plus itemDelta[i], the sequence
 // length the true one plus seqDelta; Patient Name after it unless `last`.
 Bytes DataSet(int delta0, int delta1, int seqDelta, bool last) {
-    const Bytes i1 = Item("CODE1 ", "first "), i2 = Item("CODE2 ", "second");
+    const Bytes i1 = Bytes().ex(0x0008, 0x0100, "SH", "CODE1 ").ex(0x0008, 0x0104, "LO", "first ");
+    const Bytes i2 = Bytes().ex(0x0008, 0x0100, "SH", "CODE2 ").ex(0x0008, 0x0104, "LO", "second");
     Bytes seq;
     seq.item(static_cast<uint32_t>(static_cast<int>(i1.size()) + delta0)).raw(i1.b);
     seq.item(static_cast<uint32_t>(static_cast<int>(i2.size()) + delta1)).raw(i2.b);
@@ -49,16 +38,13 @@ Bytes DataSet(int delta0, int delta1, int seqDelta, bool last) {
     return b;
 }
 
-struct Case {
-    const char* name;
-    int delta0, delta1, seqDelta;
-    bool last;
-    bool read;             // tolerated (and refused in strict mode)
-    const char* repaired;  // part of the level-4 record
-};
-
 TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
-    const Case cases[] = {
+    const struct {
+        const char* name;
+        int delta0, delta1, seqDelta;
+        bool last, read;       // read: tolerated (and refused in strict mode)
+        const char* repaired;  // part of the level-4 record
+    } cases[] = {
         {"last item longer than its sequence", 0, 8, 0, false, true,
          "runs 8 bytes past the end of the sequence; the item ends with its sequence"},
         {"same, the sequence ends the input", 0, 8, 0, true, true, "the item ends with its sequence"},
@@ -72,7 +58,7 @@ TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
         {"last item shorter by a whole element", 0, -14, 0, false, false, nullptr},
     };
     const Dicom_UI explicitLE(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID);
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Bytes b = DataSet(c.delta0, c.delta1, c.seqDelta, c.last);
         LogCapture log;
@@ -81,15 +67,14 @@ TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
         EXPECT_EQ(status == 0, c.read);
         if (c.read) {
             const auto* sq = dynamic_cast<const Dicom_SQ*>(msg.Get(Dicom_Tag(0x0008, 0x1032)));
-            ASSERT_NE(sq, nullptr);
-            ASSERT_EQ(sq->GetNItems(), 2);
+            ASSERT_TRUE(sq && sq->GetNItems() == 2);
             EXPECT_EQ(sq->GetSequence().Get(1)->GetNElements(), 2);
             EXPECT_EQ(msg.Get(Dicom_Tag(0x0010, 0x0010)) != nullptr, !c.last);
             ASSERT_EQ(log.texts.size(), 1u);
             EXPECT_NE(log.texts[0].find(c.repaired), std::string::npos) << log.texts[0];
             // Written back out, the lengths agree with the content and read without repair.
             std::vector<unsigned char> out;
-            ASSERT_EQ(msg.Encode(out, Dicom_TransferSyntax(Dicom_TransferSyntax::EXPLICIT_LITTLE_ENDIAN)), 0);
+            ASSERT_EQ(msg.Encode(out, kExplicit), 0);
             Dicom_Msg again(out.data(), out.size(), 1, explicitLE, &status, Dicom_SwapInfo::FROM_MEMORY,
                             false, true);
             EXPECT_EQ(status, 0);
@@ -101,25 +86,24 @@ TEST(Tolerance, LengthsThatDisagreeWithTheirContent) {
 }
 
 TEST(Tolerance, DirectoryWithAShortenedLastRecord) {
-    const std::string path = testbytes::PydicomFile("dicomdirtests/DICOMDIR-nooffset");
+    const std::string path = PydicomFile("dicomdirtests/DICOMDIR-nooffset");
     if (!std::filesystem::exists(path)) GTEST_SKIP() << "pydicom's test files are not installed";
-    std::vector<unsigned char> bytes = testbytes::ReadFile(path);
+    std::vector<unsigned char> bytes = ReadFile(path);
     LogCapture log;
     int status = 0;
     Dicom_Msg msg(bytes.data(), bytes.size(), 0, &status);
     ASSERT_EQ(status, 0);
     const auto* records = dynamic_cast<const Dicom_SQ*>(msg.Get(Dicom_Tag(0x0004, 0x1220)));
-    ASSERT_NE(records, nullptr);
-    EXPECT_EQ(records->GetNItems(), 52);
+    ASSERT_TRUE(records && records->GetNItems() == 52);
     ASSERT_EQ(log.texts.size(), 1u);
     EXPECT_NE(log.texts[0].find("item 52 of sequence (0004,1220): its length 248 runs 24 bytes"),
               std::string::npos);
 }
 
 TEST(Tolerance, ContradictedMetaGroupReportsTheSyntaxRead) {
-    const std::string path = testbytes::PydicomFile("SC_rgb_jpeg.dcm");
+    const std::string path = PydicomFile("SC_rgb_jpeg.dcm");
     if (!std::filesystem::exists(path)) GTEST_SKIP() << "pydicom's test files are not installed";
-    std::vector<unsigned char> bytes = testbytes::ReadFile(path);
+    std::vector<unsigned char> bytes = ReadFile(path);
     int status = 0;
     Dicom_Msg msg(bytes.data(), bytes.size(), 0, &status);
     ASSERT_EQ(status, 0);
@@ -133,14 +117,6 @@ TEST(Tolerance, ContradictedMetaGroupReportsTheSyntaxRead) {
     ASSERT_EQ(status, 0);
     EXPECT_EQ(again.GetTransferSyntax().GetUID(), "1.2.840.10008.1.2.4.50");
     EXPECT_FALSE(again.GetNamedTransferSyntax().IsSpecified());
-    EXPECT_EQ(again.GetNElements(), msg.GetNElements());
-
-    // A consistent file names no other syntax.
-    Bytes plain = testbytes::FileHeader(Dicom_TransferSyntax::EXPLICIT_LITTLE_UID);
-    plain.ex(0x0008, 0x0060, "CS", "OT");
-    Dicom_Msg consistent(plain.data(), plain.size(), 1, &status);
-    ASSERT_EQ(status, 0);
-    EXPECT_FALSE(consistent.GetNamedTransferSyntax().IsSpecified());
 }
 
 }  // namespace
