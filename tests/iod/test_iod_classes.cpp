@@ -1,5 +1,5 @@
 // The IOD class tree: constructors and their traces, deep copies, the secondary capture defaults,
-// the defined-term constants, the tissue volume attributes and the message on the session heap.
+// the defined-term constants and the message on the session heap.
 #include <Dicom/Dicom_Dictionary.h>
 #include <IOD/IOD_CRImage.h>
 #include <IOD/IOD_CTImage.h>
@@ -187,21 +187,6 @@ TEST(DefinedTerms, ConstantsHoldTheirWholeTextAndVR) {
     EXPECT_EQ(IOD_Image::NM_99SDM.ToString(), "99SDM");
     EXPECT_EQ(g_staticUser.photometric, "MONOCHROME2");
     EXPECT_EQ(g_staticUser.vector.GetTag(0), Dicom_Tag(0x0054, 0x0100));
-}
-
-TEST(Tissue, VolumeAttributesRoundTripAsPrivateAttributes) {
-    IOD_Tissue tissue;
-    const std::vector<unsigned short> color = {255, 128, 0}, dims = {4, 2, 1};
-    EXPECT_EQ(tissue.SetTissueColor(Dicom_US(color)), 0);
-    EXPECT_EQ(tissue.SetDimensionsOfListVolume(Dicom_US(dims)), 0);
-    std::vector<unsigned char> bytes = Encoded(tissue);
-    int status = 0;
-    IOD_Tissue parsed(bytes.data(), static_cast<unsigned int>(bytes.size()), 1, &status);
-    ASSERT_EQ(status, 0);
-    EXPECT_EQ(parsed.GetDimensionsOfListVolume().GetValues(), dims);
-    EXPECT_EQ(Text(parsed.Get(Dicom_Dictionary::KOVEL_TISSUE_COLOR)), "255\\128\\0");
-    EXPECT_EQ(parsed.RemoveTissueColor(), 0);
-    EXPECT_EQ(parsed.GetTissueColor(), US_NULL);
 }
 
 // Allocated on the session heap and freed there through the base; bad input leaves a usable message.
