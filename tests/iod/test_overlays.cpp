@@ -180,18 +180,16 @@ TEST(OverlayIndexes, ExistenceTestsAndTextRemoval) {
 }
 
 TEST(CurveIndexes, ExistenceLooksAtIndexZeroAndTheFirstNestedItems) {
-    IOD_Msg complete, noDVR, emptyData, nested, secondItem, noItem;
-    AddCurve(complete, 0);
-    AddCurve(noDVR, 0);
-    noDVR.RemoveDataValueRepresentation_i(0);
-    AddCurve(noDVR, 1);  // index 1 is never looked at
-    AddCurve(emptyData, 0, 0, 2, 1, "");
-    AddCurve(*AddNested(*AddNested(nested)), 0);  // two levels down
-    AddCurve(*AddNested(secondItem, 2), 0);
-    AddNested(noItem, 1);
-    int expected[] = {1, 0, 0, 1, 0, 0}, k = 0;
-    for (IOD_Msg* m : {&complete, &noDVR, &emptyData, &nested, &secondItem, &noItem})
-        EXPECT_EQ(m->CheckCurveExistence(), expected[k++]) << k;
+    IOD_Msg m[6];  // complete, no DVR, empty data, two levels down, in the second item, no curve
+    AddCurve(m[0], 0);
+    AddCurve(m[1], 0);
+    m[1].RemoveDataValueRepresentation_i(0);
+    AddCurve(m[1], 1);  // index 1 is never looked at
+    AddCurve(m[2], 0, 0, 2, 1, "");
+    AddCurve(*AddNested(*AddNested(m[3])), 0);
+    AddCurve(*AddNested(m[4], 2), 0);
+    AddNested(m[5], 1);
+    for (int k = 0; k < 6; ++k) EXPECT_EQ(m[k].CheckCurveExistence(), k == 0 || k == 3 ? 1 : 0) << k;
 }
 
 // --- scaling with the image ---

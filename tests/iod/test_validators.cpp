@@ -262,6 +262,11 @@ TEST(IsValid, EveryClassRunsItsChecksInOrderWithoutStopping) {
         {[] { return new IOD_XAImage; },
          join(projection, {"IsMultiFrameModuleValid", "IsSOPCommonModuleValid"})},
         {[] { return new IOD_USImage; }, join(projection, {"IsSOPCommonModuleValid"})},
+        {[] { return new IOD_NMImage; },  // the conditional modules do not apply to an image of no kind
+         join(join(general, {"IsNMSeriesModuleValid"}),
+              join(tail, {"IsNMImagePixelModuleValid", "IsMultiFrameModuleValid", "IsNMMultiFrameModuleValid",
+                          "IsNMImageModuleValid", "IsNMIsotopeModuleValid", "IsNMDetectorModuleValid",
+                          "IsSOPCommonModuleValid"}))},
     };
     for (const auto& [make, modules] : rows) {
         std::unique_ptr<IOD_IOD> msg(make());

@@ -211,23 +211,3 @@ TEST(NMValidators, EachDefectNamesItsAttribute) {
         }
     }
 }
-
-TEST(NMValidators, IsValidReportsEveryModuleOfAnEmptyImage) {
-    IOD_NMImage nm;
-    DefectRecorder log;
-    EXPECT_EQ(nm.IsValid(), 0);
-    std::vector<std::string> modules;
-    for (const std::string& d : log.Defects()) {
-        const std::string name = d.substr(0, d.find(':', d.find("::") + 2));
-        if (modules.empty() || modules.back() != name) modules.push_back(name);
-    }
-    // the conditional modules do not apply to an image of no kind
-    EXPECT_EQ(modules,
-              (Lines{"IOD_Image::IsPatientModuleValid", "IOD_Image::IsGeneralStudyModuleValid",
-                     "IOD_Image::IsGeneralSeriesModuleValid", "IOD_Image::IsNMSeriesModuleValid",
-                     "IOD_Image::IsGeneralEquipmentModuleValid", "IOD_Image::IsGeneralImageModuleValid",
-                     "IOD_Image::IsImagePixelModuleValid", "IOD_Image::IsNMImagePixelModuleValid",
-                     "IOD_Image::IsMultiFrameModuleValid", "IOD_Image::IsNMMultiFrameModuleValid",
-                     "IOD_Image::IsNMImageModuleValid", "IOD_Image::IsNMIsotopeModuleValid",
-                     "IOD_Image::IsNMDetectorModuleValid", "IOD_IOD::IsSOPCommonModuleValid"}));
-}

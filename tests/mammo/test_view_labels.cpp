@@ -18,17 +18,12 @@ TEST(MammoViewLabels, LabelAndDescription) {
         std::vector<const char*> modifiers;  // inside the view item
         const char *topModifier, *label, *description;
     };
+    // clang-format off
     for (const Case& c : std::vector<Case>{
              {"R", "399368009", no, {}, no, "R MLO", "Right mediolateral oblique"},
              {"L", "R-10242", "MLO", {}, no, "L CC", "Left craniocaudal"},  // the code wins
              {"L", "399162004", no, {"399209000"}, no, "L CC ID", "Left craniocaudal, implant displaced"},
-             {"R",
-              "R-10242",
-              no,
-              {"R-102D6", "123", "399055006"},
-              no,
-              "R CC M S",
-              "Right craniocaudal, magnification, spot compression"},
+             {"R", "R-10242", no, {"R-102D6", "123", "399055006"}, no, "R CC M S", "Right craniocaudal, magnification, spot compression"},
              {"R", no, "XCCL", {}, no, "R XCCL", "Right craniocaudal exaggerated laterally"},
              {no, "999999", "MLO", {}, no, "MLO", "Mediolateral oblique"},
              {"L", no, "RMLO", {}, no, "L RMLO", "Left RMLO"},
@@ -38,6 +33,7 @@ TEST(MammoViewLabels, LabelAndDescription) {
              {"R", "999999", no, {"399209000"}, no, "R ID", "Right, implant displaced"},
              {no, no, no, {}, no, "", ""},
          }) {
+        // clang-format on
         IOD_Msg msg;
         Put<Dicom_CS>(msg, Dicom_Dictionary::IMAGE_LATERALITY, c.laterality);
         Put<Dicom_CS>(msg, Dicom_Dictionary::VIEW_POSITION, c.viewPosition);
