@@ -14,7 +14,7 @@
 #include "IodTestSupport.h"
 
 // Stores a copy of `value` under `tag`.
-inline void Put(IOD_Msg& msg, const Dicom_Tag& tag, Dicom_Type&& value) { msg.Set(tag, &value); }
+inline void Put(Dicom_Msg& msg, const Dicom_Tag& tag, Dicom_Type&& value) { msg.Set(tag, &value); }
 
 // Changes that a validator table case applies to a complete image.
 using Change = std::function<void(IOD_Msg&)>;

@@ -203,8 +203,8 @@ TEST(SequenceHelpers, CodeSequenceItemsNeedACodeValueAndADesignator) {
     EXPECT_EQ(image.IsCodingValueOfSequenceValid(&empty, 1), 1);  // even with the flag
     auto item = [](const char* code, const char* scheme) {
         Dicom_Msg* m = new Dicom_Msg();
-        if (code) Put(*static_cast<IOD_Msg*>(m), D::CODE_VALUE, Dicom_SH(code, nullptr));
-        if (scheme) Put(*static_cast<IOD_Msg*>(m), D::CODING_SCHEME_DESIGNATOR, Dicom_SH(scheme, nullptr));
+        if (code) Put(*m, D::CODE_VALUE, Dicom_SH(code, nullptr));
+        if (scheme) Put(*m, D::CODING_SCHEME_DESIGNATOR, Dicom_SH(scheme, nullptr));
         return m;
     };
     items.Append(item("T-D1100", "SRT"));
