@@ -16,9 +16,9 @@
 #include <Dicom/Dicom_VR.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class IOD_Msg;
 
@@ -50,8 +50,8 @@ struct IOD_AttributeInfo {
 class IOD_AttributeRegistry {
 public:
     // Every named attribute, in table order (0002-0028, 0040-7FE0, private); aliases follow the
-    // attribute they name again.
-    static const std::vector<IOD_AttributeInfo>& All();
+    // attribute they name again. Built on the first call, then constant.
+    static std::span<const IOD_AttributeInfo> All();
     // By exact accessor name ("Rows", "Rows_i", "ReferencedSOPClassUID"); null when unknown.
     static const IOD_AttributeInfo* Find(std::string_view name);
     // Parses "Name" or "Name:group" (the group only, and then necessarily, for _i attributes).

@@ -4,8 +4,9 @@
 #include <IOD/IOD_AttributeRegistry.h>
 #include <IOD/IOD_Msg.h>
 
+#include <algorithm>
 #include <charconv>
-#include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -56,34 +57,43 @@ int set_checked_i(IOD_Msg& msg, int group, const Dicom_Type& value, int (IOD_Msg
             return set_checked<V>(m, v, &IOD_Msg::Set##Name##InPlace); }},
 // clang-format on
 
-std::vector<IOD_AttributeInfo> build_table() {
-    return {
+// The rows live in static storage and are filled in place on the first call: the accessors'
+// addresses are taken by code, so the shared library carries no relocation for them, and nothing
+// is built at load or copied.
+std::span<const IOD_AttributeInfo> table() {
+    static const IOD_AttributeInfo rows[] = {
 #include <IOD/tables/IOD_Attributes_0002_0028.def>
 #include <IOD/tables/IOD_Attributes_0040_7FE0.def>
 #include <IOD/tables/IOD_Attributes_Private.def>
     };
+    return rows;
 }
 
-const std::unordered_map<std::string_view, const IOD_AttributeInfo*>& by_name() {
-    static const std::unordered_map<std::string_view, const IOD_AttributeInfo*> index = [] {
-        std::unordered_map<std::string_view, const IOD_AttributeInfo*> map;
-        for (const IOD_AttributeInfo& info : IOD_AttributeRegistry::All()) map.emplace(info.name, &info);
-        return map;
+// The rows ordered by name (rows of one name in table order), for a binary search.
+const std::vector<const IOD_AttributeInfo*>& by_name() {
+    static const std::vector<const IOD_AttributeInfo*> index = [] {
+        std::vector<const IOD_AttributeInfo*> rows;
+        rows.reserve(table().size());
+        for (const IOD_AttributeInfo& info : table()) rows.push_back(&info);
+        std::stable_sort(rows.begin(), rows.end(),
+                         [](const IOD_AttributeInfo* a, const IOD_AttributeInfo* b) {
+                             return std::string_view(a->name) < std::string_view(b->name);
+                         });
+        return rows;
     }();
     return index;
 }
 
 }  // namespace
 
-const std::vector<IOD_AttributeInfo>& IOD_AttributeRegistry::All() {
-    static const std::vector<IOD_AttributeInfo> table = build_table();
-    return table;
-}
+std::span<const IOD_AttributeInfo> IOD_AttributeRegistry::All() { return table(); }
 
 const IOD_AttributeInfo* IOD_AttributeRegistry::Find(std::string_view name) {
     const auto& index = by_name();
-    auto found = index.find(name);
-    return found != index.end() ? found->second : nullptr;
+    const auto found = std::lower_bound(
+        index.begin(), index.end(), name,
+        [](const IOD_AttributeInfo* row, std::string_view key) { return std::string_view(row->name) < key; });
+    return found != index.end() && std::string_view((*found)->name) == name ? *found : nullptr;
 }
 
 const IOD_AttributeInfo* IOD_AttributeRegistry::ParseName(std::string_view text, int* group,
