@@ -32,6 +32,8 @@ option_unknown|--fast $ct|unknown option '--fast'
 EOF
     ;;
 verdicts)
+    # A 10 MB image: files above 1 MiB are mapped instead of read.
+    bash "$(dirname "$0")/../../scripts/make-big-ct.sh" "$iodtool" "$work/big.dcm" || fail "big image not made"
     # name | arguments | exit code | regex on stdout | regex that must not be on stdout
     while IFS='|' read -r name args expected regex absent; do
         # shellcheck disable=SC2086
@@ -54,6 +56,8 @@ sr_item|$work/observed.dcm|1|^  IOD_StructuredReporting::IsSRDocumentContentMacr
 sr_tolerant|--tolerant $files/reportsi.dcm|0|reportsi.dcm: valid \(SR\)$|defect
 missing|$work/nothing-here.dcm|1|nothing-here.dcm: unreadable: cannot open|
 quiet|--quiet $ct $work/norows.dcm|1|^summary: 2 files, 1 valid, 1 invalid, 0 unreadable; classes: CT 2;|CT_small
+big|$work/big.dcm|0|big.dcm: valid \(CT\)$|defect
+big_and_small|-j 2 $work/big.dcm $work/norows.dcm $ct|1|^summary: 3 files, 2 valid, 1 invalid, 0 unreadable;|
 EOF
     # The SOP class picks the class: CT_small relabelled with each SOP class (the UIDs below are
     # 1.2.840.10008.5.1.4.1.1.<suffix>; "-": no class).

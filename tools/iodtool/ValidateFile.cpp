@@ -72,10 +72,16 @@ void CollectRecord(const Kvl_LogRecord& record) {
         {record.function, AttributeOf(record.text), record.text, where != nullptr ? where : ""});
 }
 
-// A read-only private mapping of a whole file, unmapped when destroyed.
-class MappedFile {
+// The bytes of a whole file. A file of up to kReadLimit bytes is read into a buffer of the
+// thread, kept from file to file; a larger one is mapped read-only (its pixel data need not be
+// touched). Mapping every file would cost, besides the faults, an munmap per file, which with
+// several threads interrupts every core that runs one of them to flush its TLB: with -j 2 that
+// made validating the corpus slower than with -j 1.
+class InputBytes {
 public:
-    MappedFile(const std::string& path, std::string* error) {
+    static constexpr size_t kReadLimit = 1 << 20;
+
+    InputBytes(const std::string& path, std::string* error) {
         const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
         if (fd < 0) {
             *error = std::string("cannot open: ") + std::strerror(errno);
@@ -88,6 +94,8 @@ public:
             *error = "empty file";
         } else if (static_cast<unsigned long long>(info.st_size) > 0xFFFFFFFFull) {
             *error = "larger than 4 GiB";
+        } else if (static_cast<size_t>(info.st_size) <= kReadLimit) {
+            Read(fd, static_cast<size_t>(info.st_size), error);
         } else {
             void* data = ::mmap(nullptr, static_cast<size_t>(info.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
             if (data == MAP_FAILED) {
@@ -95,22 +103,42 @@ public:
             } else {
                 data_ = data;
                 size_ = static_cast<size_t>(info.st_size);
+                mapped_ = true;
             }
         }
         ::close(fd);
     }
-    ~MappedFile() {
-        if (data_ != nullptr) ::munmap(data_, size_);
+    ~InputBytes() {
+        if (mapped_) ::munmap(data_, size_);
     }
-    MappedFile(const MappedFile&) = delete;
-    MappedFile& operator=(const MappedFile&) = delete;
+    InputBytes(const InputBytes&) = delete;
+    InputBytes& operator=(const InputBytes&) = delete;
 
     void* data() const { return data_; }
     unsigned int size() const { return static_cast<unsigned int>(size_); }
 
 private:
+    void Read(int fd, size_t size, std::string* error) {
+        thread_local std::vector<unsigned char> buffer;
+        if (buffer.size() < size) buffer.resize(size);
+        size_t done = 0;
+        while (done < size) {
+            const ssize_t got = ::read(fd, buffer.data() + done, size - done);
+            if (got < 0 && errno == EINTR) continue;
+            if (got <= 0) {
+                *error =
+                    got < 0 ? std::string("cannot read: ") + std::strerror(errno) : "file shrank while read";
+                return;
+            }
+            done += static_cast<size_t>(got);
+        }
+        data_ = buffer.data();
+        size_ = size;
+    }
+
     void* data_ = nullptr;
     size_t size_ = 0;
+    bool mapped_ = false;
 };
 
 std::string TrimmedUid(const Dicom_Type* value) {
@@ -235,7 +263,7 @@ IodValidationResult IodValidateFile(const std::string& path, const IodValidation
     IodValidationResult result;
     result.path = path;
     std::string error;
-    const MappedFile file(path, &error);
+    const InputBytes file(path, &error);
     if (file.data() == nullptr) {
         result.error = error;
         return result;
