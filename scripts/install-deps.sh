@@ -5,7 +5,7 @@
 #   bash scripts/install-deps.sh --test   build + test/benchmark dependencies
 set -euo pipefail
 
-build_packages=(cmake ninja-build g++ pkg-config zlib1g-dev libssl-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev clang-format)
+build_packages=(cmake ninja-build g++ lld pkg-config zlib1g-dev libssl-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev clang-format)
 test_packages=(dcmtk libdcmtk-dev libgdcm-dev python3-pydicom dicom3tools hyperfine clang libclang-rt-14-dev valgrind)
 
 packages=("${build_packages[@]}")

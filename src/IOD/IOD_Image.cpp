@@ -20,18 +20,46 @@ IOD_DEFINE_ASSIGNMENT(IOD_Image)
 // --- defined terms ---
 // Built ahead of the default order of static initialisation (the DICOM layer's UID constants are
 // initialised at compile time), so that static objects of any user may read them; see
-// IOD_Image.h. No constant
-// depends on another. The constructors' status is not consulted: every text is kept as it
-// stands, also the two code strings longer than 16 characters.
+// IOD_Image.h. No constant depends on another. The constructors' status is not consulted: every
+// text is kept as it stands, also the two code strings longer than 16 characters.
 namespace {
 int g_termStatus = 0;
+
+// The texts side by side in one block of read-only data, in the order of the table: the
+// constructors read them one after the other from a few pages, where string literals would be
+// scattered over all of the program's constant data (and each new page costs a fault at load).
+struct TermTexts {
+#define IOD_TERM_CS(NAME, TEXT) char NAME[sizeof(TEXT)];
+#define IOD_TERM_AT(NAME, GROUP, ELEMENT)
+#define IOD_TERM_SH(NAME, TEXT) char NAME[sizeof(TEXT)];
+#define IOD_TERM_LO(NAME, TEXT) char NAME[sizeof(TEXT)];
+#include <IOD/tables/IOD_DefinedTerms.def>
+#undef IOD_TERM_CS
+#undef IOD_TERM_AT
+#undef IOD_TERM_SH
+#undef IOD_TERM_LO
+};
+constexpr TermTexts kTermTexts = {
+#define IOD_TERM_CS(NAME, TEXT) TEXT,
+#define IOD_TERM_AT(NAME, GROUP, ELEMENT)
+#define IOD_TERM_SH(NAME, TEXT) TEXT,
+#define IOD_TERM_LO(NAME, TEXT) TEXT,
+#include <IOD/tables/IOD_DefinedTerms.def>
+#undef IOD_TERM_CS
+#undef IOD_TERM_AT
+#undef IOD_TERM_SH
+#undef IOD_TERM_LO
+};
 }  // namespace
 
 #define IOD_TERM_PRIORITY [[gnu::init_priority(1100)]]
-#define IOD_TERM_CS(NAME, TEXT) IOD_TERM_PRIORITY const Dicom_CS IOD_Image::NAME(TEXT, &g_termStatus);
+#define IOD_TERM_CS(NAME, TEXT) \
+    IOD_TERM_PRIORITY const Dicom_CS IOD_Image::NAME(kTermTexts.NAME, &g_termStatus);
 #define IOD_TERM_AT(NAME, GROUP, ELEMENT) IOD_TERM_PRIORITY const Dicom_AT IOD_Image::NAME(GROUP, ELEMENT);
-#define IOD_TERM_SH(NAME, TEXT) IOD_TERM_PRIORITY const Dicom_SH IOD_Image::NAME(TEXT, 1, &g_termStatus);
-#define IOD_TERM_LO(NAME, TEXT) IOD_TERM_PRIORITY const Dicom_LO IOD_Image::NAME(TEXT, 1, &g_termStatus);
+#define IOD_TERM_SH(NAME, TEXT) \
+    IOD_TERM_PRIORITY const Dicom_SH IOD_Image::NAME(kTermTexts.NAME, 1, &g_termStatus);
+#define IOD_TERM_LO(NAME, TEXT) \
+    IOD_TERM_PRIORITY const Dicom_LO IOD_Image::NAME(kTermTexts.NAME, 1, &g_termStatus);
 #include <IOD/tables/IOD_DefinedTerms.def>
 #undef IOD_TERM_CS
 #undef IOD_TERM_AT
