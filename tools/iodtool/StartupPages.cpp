@@ -7,7 +7,7 @@
 // times more than mapping the same page in a batch (on a virtual machine, about three times).
 // Before the static constructors run, this maps in one call each:
 //  - the writable data of the executable (.data and .bss);
-//  - the heap that the C library's allocator takes on its first call (its top pad, 132 KiB).
+//  - the heap that the C library's allocator holds, unused (its first extension, 132 KiB).
 // The read-only data and the code are left to the kernel's fault-around (64 KiB a fault), which
 // maps them more cheaply than a batch of every page would; the link order keeps the code a run
 // needs together (see tools/CMakeLists.txt).
@@ -54,8 +54,9 @@ void MapStartupPages(int, char**, char**) {
 
     Populate(PageDown(__data_start), PageUp(_end));
 
-    // The first allocation makes the allocator extend the heap; what lies between it and the
-    // new break is the heap the run will use first.
+    // The allocator took its first 132 KiB of heap during the C library's start (a static
+    // executable sets up its library search paths); what lies between a new allocation and the
+    // break is the heap that the constructors and a small command use.
     void* first = std::malloc(1);
     const uintptr_t top = reinterpret_cast<uintptr_t>(sbrk(0));
     const uintptr_t from = PageUp(first);
