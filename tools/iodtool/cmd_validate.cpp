@@ -163,42 +163,47 @@ int RunValidate(int argc, char** argv) {
     unsigned jobs = options.jobs != 0 ? options.jobs : std::max(1u, std::thread::hardware_concurrency());
     jobs = static_cast<unsigned>(std::min<size_t>(jobs, std::max<size_t>(files.size(), 1)));
 
-    // Workers take the next file from a shared index; the main thread prints the results in list
-    // order as soon as each is ready, and drops them once printed.
+    // The main thread and jobs - 1 workers take the next file from a shared index. The main
+    // thread also prints the results in list order, as soon as each is ready, and drops them once
+    // printed; it waits only when every file has been taken and the next result is still being
+    // made. (A printing thread of its own would sleep and wake once a file, and on a machine with
+    // as many cores as workers it would take its turns from them.)
     std::vector<IodValidationResult> results(files.size());
     std::vector<char> ready(files.size(), 0);
     std::mutex mutex;
     std::condition_variable readyChanged;
     std::atomic<size_t> next{0};
     const IodDefectCapture capture;
-    std::vector<std::thread> workers;
-    const auto work = [&] {
-        for (size_t i = next++; i < files.size(); i = next++) {
-            IodValidationResult result = IodValidateFile(files[i], options.forced);
-            const std::lock_guard<std::mutex> lock(mutex);
-            results[i] = std::move(result);
-            ready[i] = 1;
-            readyChanged.notify_one();
-        }
+    const auto validate = [&](size_t i) {
+        IodValidationResult result = IodValidateFile(files[i], options.forced);
+        const std::lock_guard<std::mutex> lock(mutex);
+        results[i] = std::move(result);
+        ready[i] = 1;
+        readyChanged.notify_one();
     };
-    // -j 1 validates on the main thread and starts none; -j N starts N workers and the main
-    // thread only prints.
-    if (jobs == 1) {
-        work();
-    } else {
-        for (unsigned j = 0; j < jobs; ++j) workers.emplace_back(work);
+    std::vector<std::thread> workers;
+    for (unsigned j = 1; j < jobs; ++j) {
+        workers.emplace_back([&] {
+            for (size_t i = next++; i < files.size(); i = next++) validate(i);
+        });
     }
 
     size_t counts[4] = {0, 0, 0, 0};
     std::map<std::string, size_t> perClass;
     Progress progress(files.size());
-    for (size_t i = 0; i < files.size(); ++i) {
+    for (size_t printed = 0; printed < files.size();) {
         IodValidationResult result;
         {
             std::unique_lock<std::mutex> lock(mutex);
-            readyChanged.wait(lock, [&] { return ready[i] != 0; });
-            result = std::move(results[i]);
-            results[i] = IodValidationResult();
+            if (ready[printed] == 0 && next.load() < files.size()) {
+                lock.unlock();
+                const size_t i = next++;
+                if (i < files.size()) validate(i);
+                continue;
+            }
+            readyChanged.wait(lock, [&] { return ready[printed] != 0; });
+            result = std::move(results[printed]);
+            results[printed] = IodValidationResult();
         }
         ++counts[static_cast<int>(result.verdict)];
         if (!result.className.empty()) ++perClass[result.className];
@@ -212,7 +217,8 @@ int RunValidate(int argc, char** argv) {
             }
             std::fflush(stdout);
         }
-        progress.Update(i + 1);
+        ++printed;
+        progress.Update(printed);
     }
     for (std::thread& worker : workers) worker.join();
     progress.Clear();
