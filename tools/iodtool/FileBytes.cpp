@@ -19,6 +19,18 @@ std::string Describe(const char* path, const char* what) {
 
 }  // namespace
 
+long long IodReadUpTo(int fd, unsigned char* data, size_t size) {
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t got = ::read(fd, data + done, size - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return -1;
+        if (got == 0) break;
+        done += static_cast<size_t>(got);
+    }
+    return static_cast<long long>(done);
+}
+
 bool IodReadFileBytes(const char* path, std::vector<unsigned char>& bytes, std::string* error) {
     bytes.clear();
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
@@ -38,20 +50,14 @@ bool IodReadFileBytes(const char* path, std::vector<unsigned char>& bytes, std::
         return false;
     }
     bytes.resize(static_cast<size_t>(info.st_size));
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t got = ::read(fd, bytes.data() + done, bytes.size() - done);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            *error = Describe(path, "cannot read");
-            ::close(fd);
-            return false;
-        }
-        if (got == 0) break;  // the file shrank while we read it
-        done += static_cast<size_t>(got);
+    const long long done = IodReadUpTo(fd, bytes.data(), bytes.size());
+    if (done < 0) {
+        *error = Describe(path, "cannot read");
+        ::close(fd);
+        return false;
     }
     ::close(fd);
-    bytes.resize(done);
+    bytes.resize(static_cast<size_t>(done));  // shorter when the file shrank while we read it
     if (bytes.empty()) {
         *error = std::string(path) + ": the file is empty";
         return false;

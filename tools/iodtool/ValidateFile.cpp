@@ -33,6 +33,8 @@
 #include <exception>
 #include <unordered_map>
 
+#include "FileBytes.h"
+
 namespace {
 
 // The result that the records logged on this thread belong to (null: not validating).
@@ -121,16 +123,10 @@ private:
     void Read(int fd, size_t size, std::string* error) {
         thread_local std::vector<unsigned char> buffer;
         if (buffer.size() < size) buffer.resize(size);
-        size_t done = 0;
-        while (done < size) {
-            const ssize_t got = ::read(fd, buffer.data() + done, size - done);
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) {
-                *error =
-                    got < 0 ? std::string("cannot read: ") + std::strerror(errno) : "file shrank while read";
-                return;
-            }
-            done += static_cast<size_t>(got);
+        const long long got = IodReadUpTo(fd, buffer.data(), size);
+        if (got != static_cast<long long>(size)) {
+            *error = got < 0 ? std::string("cannot read: ") + std::strerror(errno) : "file shrank while read";
+            return;
         }
         data_ = buffer.data();
         size_ = size;
